@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+class DataSupply;
+class Group;
+class Light;
+class MapPropertyFormat;
+class QIODevice;
+
+// One child node of the root "map" element, in file order.
+struct ParsedMapChild
+{
+    enum class Kind {
+        Supply,         // a supply of a known type, ready to add
+        SkippedSupply,  // a supply element of a type we do not create
+        Light,
+        Group,
+        ImageFile,
+        PostSync,
+        Other,          // "version", unknown elements, comments, ...
+    };
+
+    Kind kind = Kind::Other;
+    unsigned int supplyType = 0;
+    std::unique_ptr<DataSupply> supply;
+    std::unique_ptr<Light> light;
+    std::unique_ptr<Group> group;
+    QString text;
+
+    ParsedMapChild();
+    ParsedMapChild(ParsedMapChild &&) noexcept;
+    ParsedMapChild &operator=(ParsedMapChild &&) noexcept;
+    ~ParsedMapChild();
+};
+
+struct MapParseError
+{
+    QString message;
+    qint64 line = 0;
+    qint64 column = 0;
+};
+
+// A map file read into unattached objects. Nothing reaches the model before the whole
+// document has parsed, so a broken or truncated file adds nothing.
+struct ParsedMap
+{
+    std::optional<MapParseError> error;
+    int topLevelNodes = 0;     // the XML declaration is not a node
+    QString rootName;          // tag of the first top-level element
+    int rootChildNodes = 0;    // child nodes of the root element
+    std::vector<ParsedMapChild> children;
+};
+
+// Reads a whole map document. Short and long tag names are both accepted; unknown tags are
+// ignored. Objects are built but not added anywhere.
+ParsedMap parseMapDocument(QIODevice &device, const MapPropertyFormat &propertyFormat);

@@ -1,0 +1,231 @@
+#include "model/mapfilewriter.h"
+
+#include "model/datasupply.h"
+#include "model/group.h"
+#include "model/light.h"
+#include "model/mapmodel.h"
+#include "model/modellogging.h"
+
+#include <QIODevice>
+#include <QXmlStreamWriter>
+
+#include <algorithm>
+
+namespace {
+
+const QString kFormatVersion = QStringLiteral("2.3.1");
+
+QString hex(quint64 value)
+{
+    return QString::number(value, 16).toUpper();
+}
+
+QString fixed6(double value)
+{
+    return QString::number(value, 'f', 6);
+}
+
+// XML 1.0 cannot carry most control characters, not even escaped. Names and texts can come
+// from devices on the network, so drop such characters rather than write a file that no
+// reader accepts.
+bool isXmlChar(uint c)
+{
+    return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF)
+           || (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+QString xmlSafe(const QString &text)
+{
+    const QVector<uint> codePoints = text.toUcs4();
+    if (std::all_of(codePoints.cbegin(), codePoints.cend(), isXmlChar))
+        return text;
+    QVector<uint> kept;
+    std::copy_if(codePoints.cbegin(), codePoints.cend(), std::back_inserter(kept), isXmlChar);
+    return QString::fromUcs4(kept.constData(), kept.size());
+}
+
+bool isXmlName(const QString &name)
+{
+    if (name.isEmpty() || !(name.at(0).isLetter() || name.at(0) == QLatin1Char('_')))
+        return false;
+    return std::all_of(name.cbegin(), name.cend(), [](QChar c) {
+        return c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('-')
+               || c == QLatin1Char('.');
+    });
+}
+
+class MapDocumentWriter
+{
+public:
+    MapDocumentWriter(const MapModel &model, QIODevice &device, const ProgressReporter &progress)
+        : m_model(model), m_xml(&device), m_progress(progress)
+    {
+        m_xml.setAutoFormatting(true);
+        m_xml.setAutoFormattingIndent(1);
+    }
+
+    bool write();
+
+private:
+    void element(const QString &tag, const QString &text) { m_xml.writeTextElement(tag, xmlSafe(text)); }
+    void writeSupply(const DataSupply &supply);
+    void writeLight(const Light &light);
+    void writeGroup(const Group &group);
+    void writeProperties(const PropertyList &properties);
+    void countItem();
+
+    const MapModel &m_model;
+    QXmlStreamWriter m_xml;
+    const ProgressReporter &m_progress;
+    int m_count = 0;
+    int m_step = 1;
+};
+
+bool MapDocumentWriter::write()
+{
+    m_xml.writeStartElement(QStringLiteral("map"));
+    element(QStringLiteral("imagefile"), m_model.imageFile());
+    // "postsync" is always written as 0, whatever the map was loaded with.
+    element(QStringLiteral("postsync"), QStringLiteral("0"));
+    element(QStringLiteral("version"), kFormatVersion);
+
+    const int total = m_model.dataSupplyCount() + m_model.lightCount() + m_model.groupCount();
+    m_step = progressStep(total);
+    if (m_progress.started)
+        m_progress.started(0, total, QStringLiteral("Saving Interfaces..."));
+
+    // Hash order is random; uid order keeps files stable from one save to the next.
+    QList<DataSupply *> supplies = m_model.dataSupplies();
+    std::sort(supplies.begin(), supplies.end(),
+              [](const DataSupply *a, const DataSupply *b) { return a->uid() < b->uid(); });
+    for (const DataSupply *supply : qAsConst(supplies)) {
+        writeSupply(*supply);
+        countItem();
+    }
+
+    if (m_progress.textChanged)
+        m_progress.textChanged(QStringLiteral("Saving Lights..."));
+    QList<Light *> lights = m_model.lights();
+    std::sort(lights.begin(), lights.end(), [](const Light *a, const Light *b) {
+        if (a->serialNumber() != b->serialNumber())
+            return a->serialNumber() < b->serialNumber();
+        return a->uid() < b->uid();
+    });
+    for (const Light *light : qAsConst(lights)) {
+        writeLight(*light);
+        countItem();
+    }
+
+    if (m_progress.textChanged)
+        m_progress.textChanged(QStringLiteral("Saving Groups..."));
+    QList<Group *> groups = m_model.groups();
+    std::sort(groups.begin(), groups.end(),
+              [](const Group *a, const Group *b) { return a->uid() < b->uid(); });
+    for (const Group *group : qAsConst(groups)) {
+        if (group->isSelectionGroup())
+            continue;
+        writeGroup(*group);
+        countItem();
+    }
+
+    if (m_progress.updated)
+        m_progress.updated(total);
+    m_xml.writeEndElement();
+    m_xml.writeEndDocument();
+    return !m_xml.hasError();
+}
+
+void MapDocumentWriter::countItem()
+{
+    ++m_count;
+    if (m_count % m_step == 0 && m_progress.updated)
+        m_progress.updated(m_count);
+}
+
+void MapDocumentWriter::writeSupply(const DataSupply &supply)
+{
+    m_xml.writeStartElement(QStringLiteral("c"));
+    element(QStringLiteral("t"), QString::number(supply.type()));
+    element(QStringLiteral("s"), hex(supply.uid()));
+    element(QStringLiteral("n"), supply.name());
+    // A supply's serial is hexadecimal while a light's is decimal; existing files rely on it.
+    element(QStringLiteral("sn"), hex(supply.serialNumber()));
+    element(QStringLiteral("ip"), supply.ipAddress().toString());
+    element(QStringLiteral("mac"), supply.macAddress());
+    element(QStringLiteral("u"), QString::number(supply.universe()));
+    element(QStringLiteral("d"), QString::number(supply.dmxBufSize()));
+    element(QStringLiteral("v"), QString::number(supply.version()));
+    element(QStringLiteral("vs"), supply.versionString());
+    element(QStringLiteral("family"), supply.family());
+    m_xml.writeStartElement(QStringLiteral("pl"));
+    for (const SupplyPort &port : supply.ports()) {
+        m_xml.writeStartElement(QStringLiteral("p"));
+        element(QStringLiteral("pn"), QString::number(port.number));
+        element(QStringLiteral("pt"), QString::number(port.type));
+        // Bit 2 of the port flags is a run-time state and never stored.
+        element(QStringLiteral("pf"), hex(port.flags & 0xFFFB));
+        m_xml.writeEndElement();
+    }
+    m_xml.writeEndElement();
+    for (quint64 lightUid : supply.lights())
+        element(QStringLiteral("l"), hex(lightUid));
+    writeProperties(m_model.propertyFormat().supplyPropertiesToWrite(supply));
+    m_xml.writeEndElement();
+}
+
+void MapDocumentWriter::writeLight(const Light &light)
+{
+    m_xml.writeStartElement(QStringLiteral("l"));
+    element(QStringLiteral("s"), hex(light.uid()));
+    element(QStringLiteral("n"), light.name());
+    element(QStringLiteral("pn"), QString::number(light.portNumber()));
+    element(QStringLiteral("ln"), QString::number(light.lightNumber()));
+    element(QStringLiteral("f"), hex(light.fixture()));
+    element(QStringLiteral("c"), hex(light.dataSupply()));
+    element(QStringLiteral("fc"), hex(light.fixtureCode()));
+    element(QStringLiteral("x"), fixed6(light.x()));
+    element(QStringLiteral("y"), fixed6(light.y()));
+    element(QStringLiteral("z"), fixed6(light.z()));
+    element(QStringLiteral("q0"), fixed6(light.q0()));
+    element(QStringLiteral("q1"), fixed6(light.q1()));
+    element(QStringLiteral("q2"), fixed6(light.q2()));
+    element(QStringLiteral("q3"), fixed6(light.q3()));
+    element(QStringLiteral("ch"), QString::number(light.channel()));
+    element(QStringLiteral("sn"), QString::number(light.serialNumber()));
+    element(QStringLiteral("tintlockprofileid"), QString::number(light.tintlockProfileId()));
+    element(QStringLiteral("tintlockiomode"), QString::number(light.tintlockIoMode()));
+    writeProperties(m_model.propertyFormat().lightPropertiesToWrite(light));
+    m_xml.writeEndElement();
+}
+
+void MapDocumentWriter::writeGroup(const Group &group)
+{
+    m_xml.writeStartElement(QStringLiteral("g"));
+    element(QStringLiteral("t"), QString::number(group.type()));
+    element(QStringLiteral("s"), hex(group.uid()));
+    element(QStringLiteral("n"), group.name());
+    element(QStringLiteral("o"), QString::number(group.oValue()));
+    for (quint64 member : group.children())
+        element(QStringLiteral("c"), hex(member));
+    m_xml.writeEndElement();
+}
+
+void MapDocumentWriter::writeProperties(const PropertyList &properties)
+{
+    m_xml.writeStartElement(QStringLiteral("properties"));
+    for (const auto &property : properties) {
+        if (!isXmlName(property.first)) {
+            qCWarning(lcModel) << "Not writing property with invalid name" << property.first;
+            continue;
+        }
+        element(property.first, property.second);
+    }
+    m_xml.writeEndElement();
+}
+
+} // namespace
+
+bool writeMapDocument(const MapModel &model, QIODevice &device, const ProgressReporter &progress)
+{
+    return MapDocumentWriter(model, device, progress).write();
+}

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "model/mappropertyformat.h"
+
+#include <QHash>
+#include <QMultiHash>
+#include <QObject>
+#include <QRect>
+#include <QString>
+
+#include <memory>
+
+class DataSupply;
+class Group;
+class Light;
+class QIODevice;
+struct ParsedMap;
+
+// The in-memory picture of one installation: every supply, light and group, owned here and
+// keyed by uid. Everything else refers to these objects by uid and follows them through
+// the signals below.
+class MapModel final : public QObject
+{
+    Q_OBJECT
+public:
+    // Installations reach 15,000 lights; reserving up front keeps loads free of rehashing.
+    static constexpr int kReservedEntries = 15000;
+
+    explicit MapModel(QObject *parent = nullptr);
+    ~MapModel() override;
+
+    // A uid that no supply, light or group of this model holds.
+    quint64 newUid() const;
+
+    // Each add takes ownership. An object whose uid is already held by another object of
+    // the same kind is refused, reported through msg() and destroyed; the map is unchanged.
+    bool addDataSupply(std::unique_ptr<DataSupply> supply);
+    bool addLight(std::unique_ptr<Light> light);
+    bool addGroup(std::unique_ptr<Group> group);
+
+    // Removing deletes the object. A removed light also leaves its supply's light list and
+    // every group it belonged to.
+    bool removeDataSupply(quint64 uid);
+    bool removeLight(quint64 uid);
+    bool removeGroup(quint64 uid);
+
+    // Group membership of groups held by the model (keeps the member connections right).
+    bool addLightToGroup(quint64 groupUid, quint64 lightUid);
+    bool removeLightFromGroup(quint64 groupUid, quint64 lightUid);
+    // Groups that list the light as a member.
+    QList<quint64> groupsOfLight(quint64 lightUid) const { return m_groupsOfLight.values(lightUid); }
+    // Recomputes the group's bounding box from its members' current positions.
+    QRectF groupBounds(quint64 groupUid);
+
+    DataSupply *dataSupply(quint64 uid) const { return m_dataSupplies.value(uid); }
+    Light *light(quint64 uid) const { return m_lights.value(uid); }
+    Group *group(quint64 uid) const { return m_groups.value(uid); }
+
+    QList<DataSupply *> dataSupplies() const { return m_dataSupplies.values(); }
+    QList<Light *> lights() const { return m_lights.values(); }
+    QList<Group *> groups() const { return m_groups.values(); }
+    int dataSupplyCount() const { return m_dataSupplies.size(); }
+    int lightCount() const { return m_lights.size(); }
+    int groupCount() const { return m_groups.size(); }
+    bool isEmpty() const;
+
+    // Removes and deletes everything, reporting progress as "Clearing Map...".
+    void clear();
+
+    QString imageFile() const { return m_imageFile; }
+    void setImageFile(const QString &path);
+
+    QRect canvasRect() const { return m_canvasRect; }
+    void setCanvasRect(const QRect &rect) { m_canvasRect = rect; }
+
+    // Adds the map file's contents to the model (callers clear it first when replacing).
+    bool loadFromFile(const QString &path);
+    bool loadFromDevice(QIODevice &device);
+    // Writes the whole map. The previous file is replaced only after a complete write, so a
+    // failed save leaves it untouched.
+    bool saveToFile(const QString &path);
+    bool saveToDevice(QIODevice &device);
+
+    const MapPropertyFormat &propertyFormat() const { return *m_propertyFormat; }
+    void setPropertyFormat(std::shared_ptr<const MapPropertyFormat> format);
+
+signals:
+    void msg(const QString &text);
+    void newDataSupply(quint64 uid);
+    void newGroup(quint64 uid);
+    void newLight(quint64 uid);
+    void newImageFile(const QString &path);
+    void updatedDataSupply(quint64 uid);
+    void updatedLight(quint64 uid);
+    void updatedLightPosition(quint64 uid);
+    void updatedLightProperties(quint64 uid, const QString &name, const QString &value);
+    void updatedLightProperty(quint64 uid, const QString &name, const QString &value);
+    void updatedGroup(quint64 uid);
+    void deletedGroup(quint64 uid);
+    void deletedLight(quint64 uid);
+    void clearedMap();
+    void propertiesCompiled();
+    void discoveredDataSupply(DataSupply *supply);
+    void progressStarted(int minimum, int maximum, const QString &text);
+    void progressUpdated(int value);
+    void progressTextChanged(const QString &text);
+
+private:
+    enum class Announce { Yes, No };
+
+    bool insertDataSupply(std::unique_ptr<DataSupply> supply, Announce announce);
+    bool insertLight(std::unique_ptr<Light> light, Announce announce);
+    bool insertGroup(std::unique_ptr<Group> group, Announce announce);
+    bool applyParsedMap(ParsedMap &parsed);
+    void connectMember(Group *group, quint64 lightUid);
+    void updateCanvasRect();
+
+    QHash<quint64, Light *> m_lights;
+    QHash<quint64, Group *> m_groups;
+    QHash<quint64, DataSupply *> m_dataSupplies;
+    QMultiHash<quint64, quint64> m_groupsOfLight;
+    QString m_imageFile;
+    QRect m_canvasRect;
+    std::shared_ptr<const MapPropertyFormat> m_propertyFormat;
+};

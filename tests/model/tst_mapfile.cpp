@@ -1,0 +1,3 @@
+#include <QtTest>
+class T : public QObject { Q_OBJECT }; QTEST_GUILESS_MAIN(T)
+#include "tst_mapfile.moc"

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QCommandLineParser>
+#include <QStringList>
+#include <QTextStream>
+
+// Exit statuses shared by every command.
+enum ExitStatus : int {
+    ExitOk = 0,
+    ExitFailure = 1, // the work itself failed (load, save, devices not answering)
+    ExitUsage = 2,   // bad arguments
+};
+
+// Standard streams for command output; stdout carries results, stderr messages.
+QTextStream &out();
+QTextStream &err();
+
+// Parses a command's arguments; prints help or the parser's error and returns the status to
+// exit with, or -1 when the command should go on.
+int parseCommandLine(QCommandLineParser &parser, const QStringList &arguments,
+                     const QString &usage);
