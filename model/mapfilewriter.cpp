@@ -6,6 +6,7 @@
 #include "model/mapmodel.h"
 #include "model/modellogging.h"
 
+#include <QBuffer>
 #include <QIODevice>
 #include <QXmlStreamWriter>
 
@@ -58,8 +59,10 @@ class MapDocumentWriter
 {
 public:
     MapDocumentWriter(const MapModel &model, QIODevice &device, const ProgressReporter &progress)
-        : m_model(model), m_xml(&device), m_progress(progress)
+        : m_model(model), m_device(device), m_progress(progress)
     {
+        m_chunk.open(QIODevice::WriteOnly);
+        m_xml.setDevice(&m_chunk);
         m_xml.setAutoFormatting(true);
         m_xml.setAutoFormattingIndent(1);
     }
@@ -73,8 +76,15 @@ private:
     void writeGroup(const Group &group);
     void writeProperties(const PropertyList &properties);
     void countItem();
+    bool flush();
 
     const MapModel &m_model;
+    QIODevice &m_device;
+    // The document is produced in chunks and handed to the device item by item, so that a
+    // failing disk stops the save early and memory stays flat for large maps.
+    QBuffer m_chunk;
+    bool m_atStart = true;
+    bool m_failed = false;
     QXmlStreamWriter m_xml;
     const ProgressReporter &m_progress;
     int m_count = 0;
@@ -99,6 +109,8 @@ bool MapDocumentWriter::write()
     std::sort(supplies.begin(), supplies.end(),
               [](const DataSupply *a, const DataSupply *b) { return a->uid() < b->uid(); });
     for (const DataSupply *supply : qAsConst(supplies)) {
+        if (m_failed)
+            return false;
         writeSupply(*supply);
         countItem();
     }
@@ -112,6 +124,8 @@ bool MapDocumentWriter::write()
         return a->uid() < b->uid();
     });
     for (const Light *light : qAsConst(lights)) {
+        if (m_failed)
+            return false;
         writeLight(*light);
         countItem();
     }
@@ -122,6 +136,8 @@ bool MapDocumentWriter::write()
     std::sort(groups.begin(), groups.end(),
               [](const Group *a, const Group *b) { return a->uid() < b->uid(); });
     for (const Group *group : qAsConst(groups)) {
+        if (m_failed)
+            return false;
         if (group->isSelectionGroup())
             continue;
         writeGroup(*group);
@@ -132,11 +148,27 @@ bool MapDocumentWriter::write()
         m_progress.updated(total);
     m_xml.writeEndElement();
     m_xml.writeEndDocument();
-    return !m_xml.hasError();
+    return flush() && !m_xml.hasError();
+}
+
+bool MapDocumentWriter::flush()
+{
+    QByteArray &bytes = m_chunk.buffer();
+    // Without an XML declaration the stream writer opens with a line break; the file starts
+    // directly with the root element, as readers of older versions expect.
+    if (m_atStart && bytes.startsWith('\n'))
+        bytes.remove(0, 1);
+    m_atStart = false;
+    if (!bytes.isEmpty() && m_device.write(bytes) != bytes.size())
+        m_failed = true;
+    bytes.clear();
+    m_chunk.seek(0);
+    return !m_failed;
 }
 
 void MapDocumentWriter::countItem()
 {
+    flush();
     ++m_count;
     if (m_count % m_step == 0 && m_progress.updated)
         m_progress.updated(m_count);

@@ -1,3 +1,550 @@
+#include "model/datasupply.h"
+#include "model/group.h"
+#include "model/light.h"
+#include "model/mapmodel.h"
+
+#include <QBuffer>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QtTest>
-class T : public QObject { Q_OBJECT }; QTEST_GUILESS_MAIN(T)
+
+#include <csignal>
+#include <sys/resource.h>
+
+namespace {
+
+QByteArray save(MapModel &model)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    if (!model.saveToDevice(buffer))
+        return {};
+    return buffer.data();
+}
+
+bool load(MapModel &model, QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return model.loadFromDevice(buffer);
+}
+
+QStringList messagesOf(const QSignalSpy &spy)
+{
+    QStringList list;
+    for (const auto &args : spy)
+        list << args.at(0).toString();
+    return list;
+}
+
+// Element tags directly below the first element named `parent`, in order.
+QStringList childTags(const QByteArray &xml, const QString &parent)
+{
+    QXmlStreamReader reader(xml);
+    while (reader.readNextStartElement()) {
+        if (reader.name() == parent)
+            break;
+        if (reader.name() != QLatin1String("map"))
+            reader.skipCurrentElement();
+    }
+    QStringList tags;
+    while (reader.readNextStartElement()) {
+        tags << reader.name().toString();
+        reader.skipCurrentElement();
+    }
+    return tags;
+}
+
+const char kSupplyOnly[] = "<map><c><t>%1</t><s>A</s><n>S</n></c><l><s>B</s></l></map>";
+
+} // namespace
+
+class tst_MapFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everyFieldRoundTrips();
+    void writesFieldsInOrderAndFormat();
+    void longAndShortTagsMayBeMixed();
+    void supplyTypes_data();
+    void supplyTypes();
+    void badDocumentsLoadNothing_data();
+    void badDocumentsLoadNothing();
+    void parseErrorReportsLineAndColumn();
+    void missingFileIsReported();
+    void duplicatesAreRefusedAndLoadGoesOn();
+    void selectionGroupIsNeverWritten();
+    void loadMessagesAndSignalsInOrder();
+    void saveProgressCountsInSteps_data();
+    void saveProgressCountsInSteps();
+    void addressAndMacFallbacks_data();
+    void addressAndMacFallbacks();
+    void textsThatXmlCannotCarryStillSave();
+    void failedSaveLeavesOldFileIntact();
+};
+
+void tst_MapFile::everyFieldRoundTrips()
+{
+    MapModel model;
+    model.setImageFile(QStringLiteral("/plans/arcade floor.png"));
+
+    auto supply = std::make_unique<DataSupply>(DataSupply::VistraBroadcast);
+    supply->setUid(0x1234567890ULL);
+    supply->setName(QStringLiteral("North <PDS> & \"co\""));
+    supply->setSerialNumber(0x01A2B3C4D5ULL);
+    supply->setIpAddress(QHostAddress(QStringLiteral("10.32.1.11")));
+    supply->setMacAddress(QStringLiteral("00:1C:42:0A:11:01"));
+    supply->setUniverse(7);
+    supply->setDMXBufSize(512);
+    supply->setVersion(3);
+    supply->setVersionString(QStringLiteral("2.4.0"));
+    supply->setFamily(QStringLiteral("PDS-480"));
+    supply->setPortCount(2);
+    supply->setPort(0, {1, 6, 0x0013});
+    supply->setPort(1, {2, 7, 0xFFFF});
+    supply->addLight(0x51);
+    supply->addLight(0x52);
+    supply->setDeviceProperty(QStringLiteral("DEVICE_NAME"), QStringLiteral("north"));
+    model.addDataSupply(std::move(supply));
+
+    auto light = std::make_unique<Light>();
+    light->setUid(0x51);
+    light->setName(QStringLiteral("Façade 1"));
+    light->setDataSupply(0x1234567890ULL);
+    light->setPortNumber(1);
+    light->setLightNumber(17);
+    light->setFixture(0xABCDEF0123ULL);
+    light->setFixtureCode(0xBEEF);
+    light->setPosition(12.5, -24.25, 3.125);
+    light->setOrientation(0.5, -0.5, 0.25, 0.125);
+    light->setChannel(51);
+    light->setSerialNumber(0x7A7000000042ULL);
+    light->setTintlockProfileId(26);
+    light->setTintlockIoMode(17);
+    light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QStringLiteral("50"));
+    light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("RGBW"));
+    model.addLight(std::move(light));
+
+    auto group = std::make_unique<Group>();
+    group->setUid(0x99);
+    group->setType(2);
+    group->setName(QStringLiteral("Canopy"));
+    group->setOValue(12);
+    group->appendChild(0x52);
+    group->appendChild(0x51);
+    model.addGroup(std::move(group));
+
+    MapModel loaded;
+    QVERIFY(load(loaded, save(model)));
+    QCOMPARE(loaded.imageFile(), model.imageFile());
+
+    const DataSupply *s = loaded.dataSupply(0x1234567890ULL);
+    QVERIFY(s);
+    QCOMPARE(s->type(), 3u);
+    QCOMPARE(s->name(), QStringLiteral("North <PDS> & \"co\""));
+    QCOMPARE(s->serialNumber(), 0x01A2B3C4D5ULL);
+    QCOMPARE(s->ipAddress(), QHostAddress(QStringLiteral("10.32.1.11")));
+    QVERIFY(s->hasAddress());
+    QCOMPARE(s->ipText(), QByteArray("10.32.1.11"));
+    QCOMPARE(s->macAddress(), QStringLiteral("00:1C:42:0A:11:01"));
+    QCOMPARE(s->universe(), 7u);
+    QCOMPARE(s->dmxBufSize(), 512);
+    QCOMPARE(s->dmxBuffer().size(), 512);
+    QCOMPARE(s->version(), 3);
+    QCOMPARE(s->versionString(), QStringLiteral("2.4.0"));
+    QCOMPARE(s->family(), QStringLiteral("PDS-480"));
+    QCOMPARE(s->portCount(), quint8(2));
+    QCOMPARE(s->port(0), (SupplyPort{1, 6, 0x0013}));
+    // Bit 2 of the flags is never stored.
+    QCOMPARE(s->port(1), (SupplyPort{2, 7, 0xFFFB}));
+    QCOMPARE(s->lights(), (QList<quint64>{0x51, 0x52}));
+    QCOMPARE(s->deviceProperty(QStringLiteral("DEVICE_NAME")), QStringLiteral("north"));
+
+    const Light *l = loaded.light(0x51);
+    QVERIFY(l);
+    QCOMPARE(l->name(), QStringLiteral("Façade 1"));
+    QCOMPARE(l->dataSupply(), 0x1234567890ULL);
+    QCOMPARE(l->portNumber(), 1u);
+    QCOMPARE(l->lightNumber(), 17);
+    QCOMPARE(l->fixture(), 0xABCDEF0123ULL);
+    QCOMPARE(l->fixtureCode(), 0xBEEFu);
+    QCOMPARE(l->x(), 12.5);
+    QCOMPARE(l->y(), -24.25);
+    QCOMPARE(l->z(), 3.125);
+    QCOMPARE(l->q0(), 0.5);
+    QCOMPARE(l->q1(), -0.5);
+    QCOMPARE(l->q2(), 0.25);
+    QCOMPARE(l->q3(), 0.125);
+    QCOMPARE(l->channel(), 51);
+    QCOMPARE(l->serialNumber(), 0x7A7000000042ULL);
+    QCOMPARE(l->tintlockProfileId(), 26);
+    QCOMPARE(l->tintlockIoMode(), 17);
+    QCOMPARE(l->deviceProperties(), model.light(0x51)->deviceProperties());
+
+    const Group *g = loaded.group(0x99);
+    QVERIFY(g);
+    QCOMPARE(g->type(), 2);
+    QCOMPARE(g->name(), QStringLiteral("Canopy"));
+    QCOMPARE(g->oValue(), 12);
+    QCOMPARE(g->children(), (QList<quint64>{0x52, 0x51}));
+
+    // A second save of what was loaded is byte-for-byte the same file.
+    QCOMPARE(save(loaded), save(model));
+}
+
+void tst_MapFile::writesFieldsInOrderAndFormat()
+{
+    MapModel model;
+    auto supply = std::make_unique<DataSupply>(2);
+    supply->setUid(0xAB);
+    supply->addLight(0x10);
+    supply->setPort(0, {1, 0, 0x0004});
+    model.addDataSupply(std::move(supply));
+    auto light = std::make_unique<Light>();
+    light->setUid(0x10);
+    light->setPosition(1.0 / 3.0, 2, 0);
+    model.addLight(std::move(light));
+    auto group = std::make_unique<Group>();
+    group->setUid(0x20);
+    group->appendChild(0x10);
+    model.addGroup(std::move(group));
+
+    const QByteArray xml = save(model);
+    QCOMPARE(childTags(xml, "map"),
+             QStringList({"imagefile", "postsync", "version", "c", "l", "g"}));
+    QCOMPARE(childTags(xml, "c"),
+             QStringList({"t", "s", "n", "sn", "ip", "mac", "u", "d", "v", "vs", "family", "pl",
+                          "l", "properties"}));
+    QCOMPARE(childTags(xml, "l"),
+             QStringList({"s", "n", "pn", "ln", "f", "c", "fc", "x", "y", "z", "q0", "q1", "q2",
+                          "q3", "ch", "sn", "tintlockprofileid", "tintlockiomode",
+                          "properties"}));
+    QCOMPARE(childTags(xml, "g"), QStringList({"t", "s", "n", "o", "c"}));
+
+    // Same default serial, two spellings: decimal for lights, hexadecimal for supplies.
+    QVERIFY(xml.contains("<sn>4294967295</sn>"));
+    QVERIFY(xml.contains("<sn>FFFFFFFF</sn>"));
+    QVERIFY(xml.contains("<s>AB</s>"));
+    QVERIFY(xml.contains("<x>0.333333</x>"));
+    QVERIFY(xml.contains("<y>2.000000</y>"));
+    QVERIFY(xml.contains("<pf>0</pf>"));
+    QVERIFY(xml.contains("<postsync>0</postsync>"));
+    QVERIFY(xml.contains("<version>2.3.1</version>"));
+    QVERIFY(xml.startsWith("<map>\n <imagefile>"));
+}
+
+void tst_MapFile::longAndShortTagsMayBeMixed()
+{
+    const QByteArray xml = R"(<map>
+        <DataSupply><type>2</type><self>1F</self><name>Long</name><serialnumber>ABC</serialnumber>
+          <ipaddress>10.1.1.5</ipaddress><macaddress>aa:bb:cc:dd:ee:ff</macaddress>
+          <universenumber>3</universenumber><dmxbuffersize>24</dmxbuffersize><version>2</version>
+          <versionstring>1.0</versionstring><missing>1</missing>
+          <portlist><port><portnum>4</portnum><porttype>1</porttype><portflags>1A</portflags></port>
+                    <p><pn>5</pn><pt>2</pt><pf>3</pf></p></portlist>
+          <light>2A</light><l>2B</l><l>not-hex</l></DataSupply>
+        <light><self>2A</self><name>a</name><lightnumber>4</lightnumber><fixture>F0</fixture>
+          <DataSupply>1F</DataSupply><fixturecode>1A</fixturecode><channel>9</channel><sn>17</sn></light>
+        <l><s>2B</s><ln>5</ln><c>1F</c></l>
+        <group><type>1</type><self>3C</self><name>G</name><o>7</o><child>2A</child><c>2B</c></group>
+      </map>)";
+    MapModel model;
+    QVERIFY(load(model, xml));
+    const DataSupply *s = model.dataSupply(0x1F);
+    QVERIFY(s);
+    QCOMPARE(s->serialNumber(), quint64(0xABC));
+    QCOMPARE(s->macAddress(), QStringLiteral("AA:BB:CC:DD:EE:FF"));
+    QCOMPARE(s->universe(), 3u);
+    QCOMPARE(s->dmxBufSize(), 24);
+    QCOMPARE(s->missing(), 1);
+    QCOMPARE(s->portCount(), quint8(2));
+    QCOMPARE(s->port(0), (SupplyPort{4, 1, 0x1A}));
+    QCOMPARE(s->port(1), (SupplyPort{5, 2, 0x3}));
+    QCOMPARE(s->lights(), (QList<quint64>{0x2A, 0x2B}));
+    QCOMPARE(model.light(0x2A)->fixture(), quint64(0xF0));
+    QCOMPARE(model.light(0x2A)->fixtureCode(), 0x1Au);
+    QCOMPARE(model.light(0x2A)->channel(), 9);
+    QCOMPARE(model.light(0x2A)->serialNumber(), quint64(17));
+    QCOMPARE(model.light(0x2B)->lightNumber(), 5);
+    QCOMPARE(model.light(0x2B)->dataSupply(), quint64(0x1F));
+    QCOMPARE(model.group(0x3C)->children(), (QList<quint64>{0x2A, 0x2B}));
+    QCOMPARE(model.group(0x3C)->oValue(), 7);
+}
+
+void tst_MapFile::supplyTypes_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("Vistra IP") << 2 << "Loading a Vistra IP DataSupply.";
+    QTest::newRow("Vistra broadcast") << 3 << "Loading a Vistra Broadcast DataSupply.";
+    QTest::newRow("sACN") << 6 << "Loading a SACN DataSupply.";
+    QTest::newRow("sACN 7") << 7 << "Loading a SACN DataSupply.";
+    QTest::newRow("kind 4 skipped") << 4 << "";
+    QTest::newRow("kind 5 skipped") << 5 << "";
+    QTest::newRow("no kind skipped") << 0 << "";
+}
+
+void tst_MapFile::supplyTypes()
+{
+    QFETCH(int, type);
+    QFETCH(QString, message);
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    QVERIFY(load(model, QString::fromLatin1(kSupplyOnly).arg(type).toUtf8()));
+    QCOMPARE(model.dataSupplyCount(), message.isEmpty() ? 0 : 1);
+    QCOMPARE(messagesOf(messages).contains(message), !message.isEmpty());
+    if (!message.isEmpty())
+        QCOMPARE(model.dataSupply(0xA)->type(), unsigned(type));
+    QVERIFY(model.light(0xB)); // the rest of the file loads either way
+}
+
+void tst_MapFile::badDocumentsLoadNothing_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("lastMessage");
+    QTest::newRow("empty") << QByteArray() << "Error in line: 1, column: 0";
+    QTest::newRow("not XML") << QByteArray("PK\x03\x04 zip") << "Error in line: 1, column: 1";
+    QTest::newRow("wrong root") << QByteArray("<plan><l><s>1</s></l></plan>")
+                                << "Error: Not a map file (root element \"plan\").";
+    QTest::newRow("comment beside root")
+        << QByteArray("<!-- exported --><map><l><s>1</s></l></map>") << "Doc has 2 children.";
+    QTest::newRow("processing instruction beside root")
+        << QByteArray("<map><l><s>1</s></l></map><?tool x?>") << "Doc has 2 children.";
+    QTest::newRow("truncated") << QByteArray("<map><l><s>1</s></l><l><s>2</s>")
+                               << "Error in line: 1, column: 31";
+    QTest::newRow("two roots") << QByteArray("<map/><map/>") << "Error in line: 1, column: 12";
+}
+
+void tst_MapFile::badDocumentsLoadNothing()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, lastMessage);
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    QVERIFY(!load(model, bytes));
+    QVERIFY(model.isEmpty());
+    QCOMPARE(messagesOf(messages).last(), lastMessage);
+}
+
+void tst_MapFile::parseErrorReportsLineAndColumn()
+{
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    QVERIFY(!load(model, "<map>\n <l>\n  <s>1</s>\n </x>\n</map>\n"));
+    QCOMPARE(messagesOf(messages), QStringList{"Error in line: 4, column: 5"});
+}
+
+void tst_MapFile::missingFileIsReported()
+{
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    QVERIFY(!model.loadFromFile(QStringLiteral("/nonexistent/plan.map")));
+    QCOMPARE(messagesOf(messages), QStringList({"Opening map file: /nonexistent/plan.map",
+                                                "Error: Unable to open file."}));
+}
+
+void tst_MapFile::duplicatesAreRefusedAndLoadGoesOn()
+{
+    const QByteArray xml = "<map><c><t>2</t><s>1</s><n>first</n></c><c><t>2</t><s>1</s><n>second</n></c>"
+                           "<l><s>5</s><n>first</n></l><l><s>5</s><n>second</n></l>"
+                           "<g><s>9</s><n>first</n></g><g><s>9</s><n>second</n></g>"
+                           "<l><s>6</s></l></map>";
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    QSignalSpy newLights(&model, &MapModel::newLight);
+    QVERIFY(load(model, xml));
+    const QStringList texts = messagesOf(messages);
+    QVERIFY(texts.contains("loadDataSupply: uid already exists"));
+    QVERIFY(texts.contains("loadLight: uid already exists"));
+    QVERIFY(texts.contains("loadGroup: uid already exists"));
+    QCOMPARE(model.dataSupply(1)->name(), QStringLiteral("first"));
+    QCOMPARE(model.light(5)->name(), QStringLiteral("first"));
+    QCOMPARE(model.group(9)->name(), QStringLiteral("first"));
+    QVERIFY(model.light(6));
+    QCOMPARE(newLights.count(), 2); // refused objects are not announced
+}
+
+void tst_MapFile::selectionGroupIsNeverWritten()
+{
+    MapModel model;
+    for (quint64 uid : {1, 2}) {
+        auto g = std::make_unique<Group>();
+        g->setUid(uid);
+        g->setName(uid == 1 ? Group::selectionGroupName() : QStringLiteral("Kept"));
+        model.addGroup(std::move(g));
+    }
+    MapModel loaded;
+    QVERIFY(load(loaded, save(model)));
+    QCOMPARE(loaded.groupCount(), 1);
+    QCOMPARE(loaded.group(2)->name(), QStringLiteral("Kept"));
+}
+
+void tst_MapFile::loadMessagesAndSignalsInOrder()
+{
+    const QByteArray xml = "<map><imagefile>floor.png</imagefile><postsync>5</postsync>"
+                           "<version>2.3.1</version><g><s>30</s></g><l><s>20</s></l>"
+                           "<c><t>2</t><s>10</s></c><l><s>21</s></l><c><t>7</t><s>11</s></c></map>";
+    MapModel model;
+    QStringList events;
+    connect(&model, &MapModel::msg, this, [&](const QString &m) { events << m; });
+    connect(&model, &MapModel::newImageFile, this, [&](const QString &p) { events << "image " + p; });
+    connect(&model, &MapModel::newDataSupply, this, [&](quint64 u) { events << QString("supply %1").arg(u, 0, 16); });
+    connect(&model, &MapModel::newLight, this, [&](quint64 u) { events << QString("light %1").arg(u, 0, 16); });
+    connect(&model, &MapModel::newGroup, this, [&](quint64 u) { events << QString("group %1").arg(u, 0, 16); });
+    QSignalSpy started(&model, &MapModel::progressStarted);
+    QVERIFY(load(model, xml));
+    QCOMPARE(events, QStringList({"Doc has 1 children.", "Map has 8 children.",
+                                  "Loading a Vistra IP DataSupply.", "Loading a SACN DataSupply.",
+                                  "image floor.png", "supply 10", "supply 11", "light 20",
+                                  "light 21", "group 30"}));
+    QCOMPARE(started.at(0), (QVariantList{0, 8, QStringLiteral("Loading Map")}));
+
+    // Whatever was read, "postsync" is written as 0.
+    QVERIFY(save(model).contains("<postsync>0</postsync>"));
+}
+
+void tst_MapFile::saveProgressCountsInSteps_data()
+{
+    QTest::addColumn<int>("supplies");
+    QTest::addColumn<int>("lights");
+    QTest::addColumn<int>("groups");
+    QTest::addColumn<int>("step");
+    QTest::newRow("250 items, step 2") << 10 << 200 << 40 << 2;
+    QTest::newRow("99 items, step 1") << 1 << 90 << 8 << 1;
+    QTest::newRow("nothing") << 0 << 0 << 0 << 1;
+}
+
+void tst_MapFile::saveProgressCountsInSteps()
+{
+    QFETCH(int, supplies);
+    QFETCH(int, lights);
+    QFETCH(int, groups);
+    QFETCH(int, step);
+    MapModel model;
+    quint64 uid = 1;
+    for (int i = 0; i < supplies; ++i) {
+        auto s = std::make_unique<DataSupply>(2);
+        s->setUid(uid++);
+        model.addDataSupply(std::move(s));
+    }
+    for (int i = 0; i < lights; ++i) {
+        auto l = std::make_unique<Light>();
+        l->setUid(uid++);
+        model.addLight(std::move(l));
+    }
+    for (int i = 0; i < groups; ++i) {
+        auto g = std::make_unique<Group>();
+        g->setUid(uid++);
+        model.addGroup(std::move(g));
+    }
+    QStringList texts;
+    connect(&model, &MapModel::progressTextChanged, this, [&](const QString &t) { texts << t; });
+    QSignalSpy started(&model, &MapModel::progressStarted);
+    QSignalSpy updated(&model, &MapModel::progressUpdated);
+    QVERIFY(!save(model).isEmpty());
+
+    const int total = supplies + lights + groups;
+    QCOMPARE(started.at(0), (QVariantList{0, total, QStringLiteral("Saving Interfaces...")}));
+    QCOMPARE(texts, QStringList({"Saving Lights...", "Saving Groups..."}));
+    QList<int> expected;
+    for (int count = 1; count <= total; ++count) {
+        if (count % step == 0)
+            expected << count;
+    }
+    expected << total;
+    QList<int> values;
+    for (const auto &args : updated)
+        values << args.at(0).toInt();
+    QCOMPARE(values, expected);
+}
+
+void tst_MapFile::addressAndMacFallbacks_data()
+{
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("mac");
+    QTest::addColumn<QString>("expectedIp");
+    QTest::addColumn<bool>("hasAddress");
+    QTest::addColumn<QString>("expectedMac");
+    QTest::newRow("valid") << "10.0.5.1" << "01:02:03:04:05:06" << "10.0.5.1" << true << "01:02:03:04:05:06";
+    QTest::newRow("unset address") << "0.0.0.0" << "01:02:03:04:05" << "0.0.0.0" << false << "00:00:00:00:00:00";
+    QTest::newRow("garbage address") << "ten.0.0.1" << "" << "10.0.0.0" << true << "00:00:00:00:00:00";
+    QTest::newRow("IPv6 is not a supply address") << "fe80::1" << "1:2:3:4:5:6:7" << "10.0.0.0" << true << "00:00:00:00:00:00";
+}
+
+void tst_MapFile::addressAndMacFallbacks()
+{
+    QFETCH(QString, ip);
+    QFETCH(QString, mac);
+    QFETCH(QString, expectedIp);
+    QFETCH(bool, hasAddress);
+    QFETCH(QString, expectedMac);
+    MapModel model;
+    QVERIFY(load(model, QStringLiteral("<map><c><t>2</t><s>1</s><ip>%1</ip><mac>%2</mac></c></map>")
+                            .arg(ip, mac).toUtf8()));
+    const DataSupply *s = model.dataSupply(1);
+    QCOMPARE(s->ipAddress().toString(), expectedIp);
+    QCOMPARE(s->hasAddress(), hasAddress);
+    QCOMPARE(s->macAddress(), expectedMac);
+}
+
+void tst_MapFile::textsThatXmlCannotCarryStillSave()
+{
+    // Names can come from devices on the network; a stray control byte must not make the
+    // saved file unreadable.
+    MapModel model;
+    auto s = std::make_unique<DataSupply>(2);
+    s->setUid(1);
+    s->setName(QStringLiteral("PDS\x01\x1B-7"));
+    s->setDeviceProperty(QStringLiteral("not a tag"), QStringLiteral("x"));
+    model.addDataSupply(std::move(s));
+    MapModel loaded;
+    QVERIFY(load(loaded, save(model)));
+    QCOMPARE(loaded.dataSupply(1)->name(), QStringLiteral("PDS-7"));
+}
+
+void tst_MapFile::failedSaveLeavesOldFileIntact()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("plan.map"));
+    const QByteArray original = "<map><l><s>1</s></l></map>\n";
+    {
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(original);
+    }
+
+    MapModel model;
+    for (quint64 uid = 1; uid <= 2000; ++uid) {
+        auto l = std::make_unique<Light>();
+        l->setUid(uid);
+        model.addLight(std::move(l));
+    }
+
+    // Simulate a full disk: no file may grow past 16 KiB while we save.
+    struct rlimit previous;
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &previous), 0);
+    auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit tiny = previous;
+    tiny.rlim_cur = 16 * 1024;
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &tiny), 0);
+    const bool saved = model.saveToFile(path);
+    setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, oldHandler);
+
+    QVERIFY(!saved);
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    QCOMPARE(f.readAll(), original);
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"plan.map"});
+
+    // With room on the disk the same save succeeds and replaces the file.
+    QVERIFY(model.saveToFile(path));
+    MapModel reloaded;
+    QVERIFY(reloaded.loadFromFile(path));
+    QCOMPARE(reloaded.lightCount(), 2000);
+}
+
+QTEST_GUILESS_MAIN(tst_MapFile)
 #include "tst_mapfile.moc"
