@@ -3,10 +3,17 @@
 #include "model/mapmodel.h"
 
 #include <QBuffer>
-#include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <cstddef>
 #include <cstdint>
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***)
+{
+    // The loader logs every parse error; at fuzzing speed that is only noise.
+    QLoggingCategory::setFilterRules(QStringLiteral("orrery.*=false"));
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
