@@ -27,7 +27,8 @@ inline QByteArray rdmReply(const QByteArray &pid, const QByteArray &data,
                            const QByteArray &responseType = "00")
 {
     const QByteArray parameterData = hex(data);
-    const QByteArray length = QByteArray::number(24 + parameterData.size(), 16).rightJustified(2, '0');
+    const QByteArray length =
+        QByteArray::number(24 + parameterData.size(), 16).rightJustified(2, '0');
     const QByteArray pdl = QByteArray::number(parameterData.size(), 16).rightJustified(2, '0');
     return hex("0401dc4a 0100 0403 00000000 cc 01" + length + "7ff0 4f525259 1234 5678abcd 00" +
                responseType + "00 0000 21" + pid + pdl) +
@@ -36,15 +37,19 @@ inline QByteArray rdmReply(const QByteArray &pid, const QByteArray &data,
 
 inline QString ipText(quint32 ip)
 {
-    return QStringLiteral("%1.%2.%3.%4").arg(ip >> 24).arg((ip >> 16) & 0xFF).arg((ip >> 8) & 0xFF).arg(ip & 0xFF);
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(ip >> 24)
+        .arg((ip >> 16) & 0xFF)
+        .arg((ip >> 8) & 0xFF)
+        .arg(ip & 0xFF);
 }
 
-template<typename Container>
-QString joined(const Container &values, int base = 10)
+template <typename Container> QString joined(const Container &values, int base = 10)
 {
     QStringList parts;
     for (const auto value : values)
-        parts.append((base == 16 ? QStringLiteral("0x") : QString()) + QString::number(value, base));
+        parts.append((base == 16 ? QStringLiteral("0x") : QString()) +
+                     QString::number(value, base));
     return parts.join(QLatin1Char(','));
 }
 
@@ -53,8 +58,8 @@ inline QVector<ReplyRow> replyRows()
 {
     QVector<ReplyRow> rows;
     const QByteArray discoverBody = "0a200111 001c420b0102 0300 1100a201 07000000";
-    rows.append({"discover", hex("0401dc4a 0100 0200 00000000" + discoverBody +
-                                 "312e322e3300 4e6f72746800"),
+    rows.append({"discover",
+                 hex("0401dc4a 0100 0200 00000000" + discoverBody + "312e322e3300 4e6f72746800"),
                  "discover mac=001c420b0102 ip=10.32.1.17 sn=0x1a20011 ver=3 uni=7 "
                  "version='1.2.3' id='North'"});
     rows.append({"discover EO", hex("0401dc4a 0100 0d00 00000000" + discoverBody + "3900 4100"),
@@ -76,15 +81,17 @@ inline QVector<ReplyRow> replyRows()
                  hex("0401dc4a 0100 0200 00000000" + discoverBody + "00 00"),
                  "discover mac=001c420b0102 ip=10.32.1.17 sn=0x1a20011 ver=3 uni=7 "
                  "version='' id=''"});
-    rows.append({"discover ports", hex("0401dc4a 0100 0b00 c0a80114 02 000000"
-                                       "01 05 000000000000 02 06 000000000000"),
+    rows.append({"discover ports",
+                 hex("0401dc4a 0100 0b00 c0a80114 02 000000"
+                     "01 05 000000000000 02 06 000000000000"),
                  "ports ip=192.168.1.20 count=2 numbers=1,2 types=5,6"});
     rows.append({"discover ports, none", hex("0401dc4a 0100 0b00 c0a80114 00 000000"),
                  "ports ip=192.168.1.20 count=0 numbers= types="});
     rows.append({"device variable", hex("0401dc4a 0100 0601 00000000 0201 0000 78563412"),
                  "variable ip=127.0.0.1 id=0x102 value=0x12345678"});
-    rows.append({"get array", hex("0401dc4a 0100 0b01 00000000 0500 00000000 0200"
-                                  "01000000 ffffffff"),
+    rows.append({"get array",
+                 hex("0401dc4a 0100 0b01 00000000 0500 00000000 0200"
+                     "01000000 ffffffff"),
                  "array ip=127.0.0.1 id=5 values=1,4294967295"});
     rows.append({"get array, empty", hex("0401dc4a 0100 0b01 00000000 0500 00000000 0000"),
                  "array ip=127.0.0.1 id=5 values="});
@@ -92,11 +99,14 @@ inline QVector<ReplyRow> replyRows()
                  "bytes ip=127.0.0.1 id=6 values=10,11,12"});
     rows.append({"blink scan", hex("0401dc4a 0100 0202 c0a80114 1100a201"),
                  "blinkScan ip=192.168.1.20 sn=0x1a20011"});
-    rows.append({"read byte, selector 0: EE read", hex("0401dc4a 0100 0402 00000000 1100a201 40 00 12"),
+    rows.append({"read byte, selector 0: EE read",
+                 hex("0401dc4a 0100 0402 00000000 1100a201 40 00 12"),
                  "eeRead ip=127.0.0.1 sn=0x1a20011 addr=64 b=18"});
-    rows.append({"read byte, selector 1: pixel", hex("0401dc4a 0100 0402 00000000 1100a201 21 01 ff"),
+    rows.append({"read byte, selector 1: pixel",
+                 hex("0401dc4a 0100 0402 00000000 1100a201 21 01 ff"),
                  "pixelToken ip=127.0.0.1 addr=0x1a20011 pixel=1 token=33 byte=255"});
-    rows.append({"read byte, selector 9: pixel", hex("0401dc4a 0100 0402 00000000 1100a201 22 09 07"),
+    rows.append({"read byte, selector 9: pixel",
+                 hex("0401dc4a 0100 0402 00000000 1100a201 22 09 07"),
                  "pixelToken ip=127.0.0.1 addr=0x1a20011 pixel=9 token=34 byte=7"});
     rows.append({"read byte, selector 11: telemetry",
                  hex("0401dc4a 0100 0402 00000000 1100a201 03 0b 64"),
@@ -108,8 +118,9 @@ inline QVector<ReplyRow> replyRows()
                  "beBlinkScan ip=192.168.1.20 port=3 sn=0x10203040506"});
     rows.append({"CA scan", hex("0401dc4a 0100 0602 c0a80114 04 07"),
                  "caScan ip=192.168.1.20 port1=4 port2=7"});
-    rows.append({"blink scan 2, serials", hex("0401dc4a 0100 0802 0a000005 01 00 0000"
-                                              "01 01 08 00 1100a201 2200a201"),
+    rows.append({"blink scan 2, serials",
+                 hex("0401dc4a 0100 0802 0a000005 01 00 0000"
+                     "01 01 08 00 1100a201 2200a201"),
                  "scan2 ip=10.0.0.5 entries=1 more=0 bytes=010108001100a2012200a201\n"
                  "scan2SN ip=10.0.0.5 port=1 count=2 list=0x1a20011,0x1a20022"});
     rows.append({"blink scan 2, serials, skipped type, counts",
@@ -119,14 +130,17 @@ inline QVector<ReplyRow> replyRows()
                  "bytes=010104001100000002050200ffff020208000c00000003000000\n"
                  "scan2SN ip=10.0.0.5 port=1 count=1 list=0x11\n"
                  "scan2CA ip=10.0.0.5 port=2 count=2 list=0xc,0x3"});
-    rows.append({"blink scan 2, type 0 skipped", hex("0401dc4a 0100 0802 0a000005 01 00 0000"
-                                                      "01 00 02 00 aaaa"),
+    rows.append({"blink scan 2, type 0 skipped",
+                 hex("0401dc4a 0100 0802 0a000005 01 00 0000"
+                     "01 00 02 00 aaaa"),
                  "scan2 ip=10.0.0.5 entries=1 more=0 bytes=01000200aaaa"});
-    rows.append({"blink scan 2, RDM UIDs type 3", hex("0401dc4a 0100 0802 0a000005 02 00 0000"
-                                                       "03 03 00 00 aaaa 78563412 3412"
-                                                       "bbbb 01000000 f07f"),
-                 "scan2 ip=10.0.0.5 entries=2 more=0 bytes=03030000aaaa785634123412bbbb01000000f07f\n"
-                 "scan2XRDM ip=10.0.0.5 port=3 list=0x123412345678,0x7ff000000001"});
+    rows.append(
+        {"blink scan 2, RDM UIDs type 3",
+         hex("0401dc4a 0100 0802 0a000005 02 00 0000"
+             "03 03 00 00 aaaa 78563412 3412"
+             "bbbb 01000000 f07f"),
+         "scan2 ip=10.0.0.5 entries=2 more=0 bytes=03030000aaaa785634123412bbbb01000000f07f\n"
+         "scan2XRDM ip=10.0.0.5 port=3 list=0x123412345678,0x7ff000000001"});
     rows.append({"blink scan 2, RDM UIDs type 4 ends parsing",
                  hex("0401dc4a 0100 0802 0a000005 02 00 0000"
                      "04 04 00 00 78563412 3412 01000000 f07f"),
@@ -202,7 +216,7 @@ inline QVector<ReplyRow> ignoredRows()
                  rdmReply("0060", "0100 04d2 0101 00020a0f 0003 0101 0001 0000"), QString()});
     rows.append({"rdm 0x9F02 too short", rdmReply("9f02", "12"), QString()});
     rows.append({"rdm 0xA040 too short", rdmReply("a040", "0001ab"), QString()});
-    rows.append({"rdm data length beyond the end",
-                 rdmReply("0080", "41424344").left(12 + 24 + 3), QString()});
+    rows.append({"rdm data length beyond the end", rdmReply("0080", "41424344").left(12 + 24 + 3),
+                 QString()});
     return rows;
 }
