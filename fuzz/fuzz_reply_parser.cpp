@@ -38,11 +38,7 @@ struct Consume
     {
         return r.sourceUid + r.pid + size_t(r.text.size());
     }
-    template<typename Reply>
-    size_t operator()(const Reply &r) const
-    {
-        return r.ip;
-    }
+    template <typename Reply> size_t operator()(const Reply &r) const { return r.ip; }
 };
 
 } // namespace
@@ -56,9 +52,10 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     // The fuzzer's buffer is exactly the input's size, so the sanitizer sees any read past it.
-    const QByteArray datagram = QByteArray::fromRawData(reinterpret_cast<const char *>(data),
-                                                        static_cast<int>(size));
-    const std::optional<VistraReplies::Reply> reply = VistraReplies::parseReply(datagram, 0x7F000001);
+    const QByteArray datagram =
+        QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<int>(size));
+    const std::optional<VistraReplies::Reply> reply =
+        VistraReplies::parseReply(datagram, 0x7F000001);
     if (reply) {
         volatile size_t sink = std::visit(Consume(), *reply);
         (void)sink;
