@@ -265,6 +265,7 @@ private slots:
     void replies_data();
     void replies();
     void ignoredReplies();
+    void listSignalsCanBeSpied();
     void resetSocketIsQuickAndClean();
     void signalDeclarationOrder();
 };
@@ -450,6 +451,21 @@ void tst_Vistra::ignoredReplies()
     device.send(kBlinkScanReply, vistra.socket()->localPort());
     QTRY_VERIFY(!recorder.lines.isEmpty());
     QCOMPARE(recorder.lines, QStringList{kBlinkScanLine});
+}
+
+// The list signals carry their values by value and can be recorded or queued.
+void tst_Vistra::listSignalsCanBeSpied()
+{
+    Vistra vistra;
+    QSignalSpy spy(&vistra, &Vistra::signalBlinkScan2SNResponse);
+    QVERIFY(spy.isValid());
+    Device device;
+    device.send(hex("0401dc4a 0100 0802 0a000005 01 00 0000 02 01 08 00 1100a201 2200a201"),
+                vistra.socket()->localPort());
+    QVERIFY(spy.wait());
+    QCOMPARE(spy.size(), 1);
+    QCOMPARE(spy.at(0).at(1).value<unsigned char>(), uchar(2));
+    QCOMPARE(spy.at(0).at(3).value<QVector<quint64>>(), (QVector<quint64>{0x01A20011, 0x01A20022}));
 }
 
 // The old socket is closed first, so the wait for it to go away ends at once instead of after
