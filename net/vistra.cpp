@@ -24,12 +24,6 @@ void copyText(std::array<char, Vistra::kTextBufferSize> &buffer, const QByteArra
 
 Vistra::Vistra(QObject *parent) : QObject(parent)
 {
-    // The list signals may be queued or watched by QSignalSpy. The pointer arguments stay
-    // unregistered on purpose: they are valid only while a signal is delivered, so queuing one
-    // must fail loudly instead of handing over a dangling pointer.
-    qRegisterMetaType<QVector<quint64>>("QVector<quint64>");
-    qRegisterMetaType<QVector<quint32>>("QVector<quint32>");
-    qRegisterMetaType<QVector<quint8>>("QVector<quint8>");
     createSocket();
     connect(this, &Vistra::requestSyncPacket, this, &Vistra::handleSyncPacketRequest);
     connect(this, &Vistra::requestSendPortOut, this, &Vistra::handleSendPortOutRequest);

@@ -453,7 +453,8 @@ void tst_Vistra::ignoredReplies()
     QCOMPARE(recorder.lines, QStringList{kBlinkScanLine});
 }
 
-// The list signals carry their values by value and can be recorded or queued.
+// The list signals carry their values by value and can be recorded or queued (moc registers
+// QVector<quint64> for them; the pointer arguments cannot be queued, by design).
 void tst_Vistra::listSignalsCanBeSpied()
 {
     Vistra vistra;
