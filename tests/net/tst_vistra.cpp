@@ -4,6 +4,7 @@
 // nothing), and the socket reset. The "controller" is a plain socket on port 6038 of the
 // loop-back; broadcasts are pointed at 127.0.0.1.
 #include "netnamespace.h"
+#include "replydescription.h"
 #include "replyrows.h"
 
 #include "net/ksocket.h"
@@ -22,170 +23,126 @@ namespace {
 const QString kController = QStringLiteral("127.10.20.30"); // 7f0a141e on the wire
 const QByteArray kMarker("marker");
 
-// Turns every reply signal into a line of text, copying what the pointer arguments point at
-// while the signal is being delivered.
+// Turns every reply signal back into the reply it stands for and describes that, copying what
+// the pointer arguments point at while the signal is being delivered.
 class Recorder
 {
 public:
-    explicit Recorder(Vistra &v) { attach(v); }
+    explicit Recorder(Vistra &v)
+    {
+        attachDiscovery(v);
+        attachScans(v);
+        attachReads(v);
+    }
     QStringList lines;
 
 private:
-    static QString text(const char *s)
-    {
-        return QLatin1Char('\'') + QString::fromLatin1(s) + QLatin1Char('\'');
-    }
-    static QString mac(const char *m) { return QString::fromLatin1(QByteArray(m, 6).toHex()); }
+    template <typename Reply> void add(const Reply &reply) { lines.append(Describe()(reply)); }
 
-    void discover(const char *name, char *m, quint32 ip, quint64 sn, quint16 ver, quint32 uni,
-                  char *version, char *id)
+    void discover(quint16 type, const char *mac, quint32 ip, quint64 sn, quint16 ver, quint32 uni,
+                  const char *version, const char *id)
     {
-        lines.append(QStringLiteral("%1 mac=%2 ip=%3 sn=0x%4 ver=%5 uni=%6 version=%7 id=%8")
-                         .arg(QLatin1String(name), mac(m), ipText(ip))
-                         .arg(sn, 0, 16)
-                         .arg(ver)
-                         .arg(uni)
-                         .arg(text(version), text(id)));
+        DiscoverReply r{type, {}, ip, sn, ver, uni, version, id};
+        std::copy(mac, mac + 6, r.mac.begin());
+        add(r);
     }
 
-    void attach(Vistra &v)
+    void attachDiscovery(Vistra &v)
     {
         QObject::connect(&v, &Vistra::signalDiscoverResponse, &v,
                          [this](char *m, quint32 ip, quint32 sn, quint16 ver, quint32 uni, char *vs,
-                                char *is) { discover("discover", m, ip, sn, ver, uni, vs, is); });
+                                char *is) { discover(0x02, m, ip, sn, ver, uni, vs, is); });
         QObject::connect(&v, &Vistra::signalDiscoverEOResponse, &v,
                          [this](char *m, quint32 ip, quint32 sn, quint16 ver, quint32 uni, char *vs,
-                                char *is) { discover("discoverEO", m, ip, sn, ver, uni, vs, is); });
+                                char *is) { discover(0x0D, m, ip, sn, ver, uni, vs, is); });
         QObject::connect(&v, &Vistra::signalDiscoverResponseV3, &v,
                          [this](char *m, quint32 ip, quint64 sn, quint16 ver, quint32 uni, char *vs,
-                                char *is) { discover("discoverV3", m, ip, sn, ver, uni, vs, is); });
+                                char *is) { discover(0x0F, m, ip, sn, ver, uni, vs, is); });
         QObject::connect(&v, &Vistra::signalDiscoverPortsResponse, &v,
                          [this](unsigned int ip, unsigned char count, unsigned char *numbers,
                                 unsigned char *types) {
-                             lines.append(QStringLiteral("ports ip=%1 count=%2 numbers=%3 types=%4")
-                                              .arg(ipText(ip))
-                                              .arg(count)
-                                              .arg(joined(QVector<uchar>(numbers, numbers + count)),
-                                                   joined(QVector<uchar>(types, types + count))));
+                             add(PortsReply{ip, QVector<uchar>(numbers, numbers + count),
+                                            QVector<uchar>(types, types + count)});
                          });
-        QObject::connect(
-            &v, &Vistra::signalBlinkScanResponse, &v, [this](unsigned int ip, unsigned int sn) {
-                lines.append(
-                    QStringLiteral("blinkScan ip=%1 sn=0x%2").arg(ipText(ip)).arg(sn, 0, 16));
-            });
+    }
+
+    void attachScans(Vistra &v)
+    {
+        QObject::connect(&v, &Vistra::signalBlinkScanResponse, &v,
+                         [this](unsigned int ip, unsigned int sn) {
+                             add(BlinkScanReply{ip, sn});
+                         });
         QObject::connect(&v, &Vistra::signalBlinkScan2Response, &v,
                          [this](unsigned int ip, unsigned char entries, unsigned char more,
                                 unsigned char *bytes) {
+                             // The entry bytes come without their length: not described.
                              QVERIFY(bytes);
-                             lines.append(QStringLiteral("scan2 ip=%1 entries=%2 more=%3")
-                                              .arg(ipText(ip))
-                                              .arg(entries)
-                                              .arg(more));
+                             lines.append(Describe()(BlinkScan2Reply{ip, entries, more, {}, {}})
+                                              .remove(QLatin1String(" bytes=")));
                          });
+        const auto entry = [this](BlinkScan2Entry::Kind kind) {
+            return [this, kind](unsigned int ip, unsigned char port, unsigned char count,
+                                QVector<quint64> list) {
+                QCOMPARE(int(count), list.size());
+                lines.append(Describe().entry(ip, {kind, port, list}));
+            };
+        };
         QObject::connect(&v, &Vistra::signalBlinkScan2SNResponse, &v,
-                         [this](unsigned int ip, unsigned char port, unsigned char count,
-                                QVector<quint64> list) {
-                             lines.append(QStringLiteral("scan2SN ip=%1 port=%2 count=%3 list=%4")
-                                              .arg(ipText(ip))
-                                              .arg(port)
-                                              .arg(count)
-                                              .arg(joined(list, 16)));
-                         });
+                         entry(BlinkScan2Entry::Serials));
         QObject::connect(&v, &Vistra::signalBlinkScan2CAResponse, &v,
-                         [this](unsigned int ip, unsigned char port, unsigned char count,
-                                QVector<quint64> list) {
-                             lines.append(QStringLiteral("scan2CA ip=%1 port=%2 count=%3 list=%4")
-                                              .arg(ipText(ip))
-                                              .arg(port)
-                                              .arg(count)
-                                              .arg(joined(list, 16)));
-                         });
-        QObject::connect(&v, &Vistra::signalBlinkScan2XRDMResponse, &v,
-                         [this](unsigned int ip, unsigned char port, QVector<quint64> list) {
-                             lines.append(QStringLiteral("scan2XRDM ip=%1 port=%2 list=%3")
-                                              .arg(ipText(ip))
-                                              .arg(port)
-                                              .arg(joined(list, 16)));
-                         });
+                         entry(BlinkScan2Entry::ChainCounts));
+        QObject::connect(
+            &v, &Vistra::signalBlinkScan2XRDMResponse, &v,
+            [this](unsigned int ip, unsigned char port, QVector<quint64> list) {
+                lines.append(Describe().entry(ip, {BlinkScan2Entry::RdmUids, port, list}));
+            });
         QObject::connect(&v, &Vistra::signalCAScanResponse, &v,
                          [this](unsigned int ip, unsigned char p1, unsigned char p2) {
-                             lines.append(QStringLiteral("caScan ip=%1 port1=%2 port2=%3")
-                                              .arg(ipText(ip))
-                                              .arg(p1)
-                                              .arg(p2));
+                             add(CAScanReply{ip, p1, p2});
                          });
         QObject::connect(&v, &Vistra::signalBEBlinkScanResponse, &v,
                          [this](unsigned int ip, unsigned char port, quint64 sn) {
-                             lines.append(QStringLiteral("beBlinkScan ip=%1 port=%2 sn=0x%3")
-                                              .arg(ipText(ip))
-                                              .arg(port)
-                                              .arg(sn, 0, 16));
+                             add(BEBlinkScanReply{ip, port, sn});
                          });
+    }
+
+    void attachReads(Vistra &v)
+    {
         QObject::connect(
             &v, &Vistra::signalBlinkEEReadResponse, &v,
             [this](unsigned int ip, unsigned int sn, unsigned char addr, unsigned char b) {
-                lines.append(QStringLiteral("eeRead ip=%1 sn=0x%2 addr=%3 b=%4")
-                                 .arg(ipText(ip))
-                                 .arg(sn, 0, 16)
-                                 .arg(addr)
-                                 .arg(b));
+                add(ReadByteReply{ReadByteReply::EERead, ip, sn, addr, 0, b});
             });
         QObject::connect(
             &v, &Vistra::signalPixelTokenByteReadResponse, &v,
             [this](unsigned int ip, unsigned int addr, unsigned char pixel, unsigned char token,
                    unsigned char b) {
-                lines.append(QStringLiteral("pixelToken ip=%1 addr=0x%2 pixel=%3 token=%4 byte=%5")
-                                 .arg(ipText(ip))
-                                 .arg(addr, 0, 16)
-                                 .arg(pixel)
-                                 .arg(token)
-                                 .arg(b));
+                add(ReadByteReply{ReadByteReply::PixelToken, ip, addr, token, pixel, b});
             });
         QObject::connect(
             &v, &Vistra::signalTelemetryByteReadResponse, &v,
             [this](unsigned int ip, unsigned int addr, unsigned char id, unsigned char b) {
-                lines.append(QStringLiteral("telemetry ip=%1 addr=0x%2 id=%3 byte=%4")
-                                 .arg(ipText(ip))
-                                 .arg(addr, 0, 16)
-                                 .arg(id)
-                                 .arg(b));
+                add(ReadByteReply{ReadByteReply::Telemetry, ip, addr, id, 11, b});
             });
         QObject::connect(&v, &Vistra::signalExtPromTokenReadResponse, &v,
                          [this](unsigned int ip, quint32 sn, quint16 token, quint8 b) {
-                             lines.append(QStringLiteral("extProm ip=%1 sn=0x%2 token=0x%3 byte=%4")
-                                              .arg(ipText(ip))
-                                              .arg(sn, 0, 16)
-                                              .arg(token, 0, 16)
-                                              .arg(b));
+                             add(ExtPromTokenReply{ip, sn, token, b});
                          });
         QObject::connect(&v, &Vistra::signalDeviceVariableReply, &v,
                          [this](uint ip, quint16 id, quint32 value) {
-                             lines.append(QStringLiteral("variable ip=%1 id=0x%2 value=0x%3")
-                                              .arg(ipText(ip))
-                                              .arg(id, 0, 16)
-                                              .arg(value, 0, 16));
+                             add(DeviceVariableReply{ip, id, value});
                          });
         QObject::connect(&v, &Vistra::signalGetArrayReply, &v,
                          [this](unsigned int ip, quint16 id, QVector<quint32> &values) {
-                             lines.append(QStringLiteral("array ip=%1 id=%2 values=%3")
-                                              .arg(ipText(ip))
-                                              .arg(id)
-                                              .arg(joined(values)));
+                             add(GetArrayReply{ip, id, values});
                          });
         QObject::connect(&v, &Vistra::signalGetByteArrayReply, &v,
                          [this](unsigned int ip, quint16 id, QVector<quint8> &values) {
-                             lines.append(QStringLiteral("bytes ip=%1 id=%2 values=%3")
-                                              .arg(ipText(ip))
-                                              .arg(id)
-                                              .arg(joined(values)));
+                             add(GetByteArrayReply{ip, id, values});
                          });
         QObject::connect(&v, &Vistra::signalRDMGetReply, &v,
                          [this](quint32 ip, quint64 uid, quint16 pid, QString data) {
-                             lines.append(QStringLiteral("rdm ip=%1 uid=0x%2 pid=0x%3 text='%4'")
-                                              .arg(ipText(ip))
-                                              .arg(uid, 0, 16)
-                                              .arg(pid, 0, 16)
-                                              .arg(data));
+                             add(RdmGetReply{ip, uid, pid, data});
                          });
     }
 };
