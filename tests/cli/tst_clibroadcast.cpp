@@ -25,9 +25,9 @@ void tst_CliBroadcast::option_data()
         << QStringList{"map", "info", "--broadcast", "10.0.255.255", map} << 0 << "";
     QTest::newRow("with =") << QStringList{"map", "info", map, "--broadcast=255.255.255.255"} << 0
                             << "";
-    QTest::newRow("given twice") << QStringList{"--broadcast", "10.0.0.255", "map", "info",
-                                                "--broadcast=10.0.1.255", map}
-                                 << 0 << "";
+    QTest::newRow("given twice")
+        << QStringList{"--broadcast", "10.0.0.255", "map", "info", "--broadcast=10.0.1.255", map}
+        << 0 << "";
     QTest::newRow("not an address")
         << QStringList{"--broadcast", "eth0", "map", "info", map} << 2
         << "orrery-cli: --broadcast needs an IPv4 address such as 192.168.1.255, not: eth0";
