@@ -23,7 +23,7 @@ KSocket::KSocket(QObject *parent) : QUdpSocket(parent)
     // the subnet mask.
     m_bound = bind(QHostAddress(QHostAddress::AnyIPv4), 0);
     if (!m_bound)
-        qCDebug(lcNet) << "KSocket failed to bind to port:" << errorString();
+        qCDebug(lcNet).noquote() << "KSocket failed to bind to port:" << errorString();
     m_localAddress = localAddress();
     m_broadcastAddress = QHostAddress(QHostAddress::Broadcast);
     m_subnetMask = 0;

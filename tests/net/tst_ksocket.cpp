@@ -222,7 +222,7 @@ void tst_KSocket::failedBindAnswersFalse()
     QVERIFY(receiver.bind());
 
     QTest::ignoreMessage(
-        QtDebugMsg, QRegularExpression(QStringLiteral("^KSocket failed to bind to port: \\S")));
+        QtDebugMsg, QRegularExpression(QStringLiteral("^KSocket failed to bind to port: [A-Za-z]")));
     KSocket socket;
     QVERIFY(!socket.isBound());
     QVERIFY(!socket.sendTo(QStringLiteral("127.0.0.1"), "lost", 4));
