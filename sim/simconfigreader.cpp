@@ -230,8 +230,7 @@ bool SimConfigReader::readSupplyIdentity(const QJsonObject &object, const QStrin
     return true;
 }
 
-bool SimConfigReader::readVariables(const QJsonValue &value, const QString &path,
-                                    SimSupply *supply)
+bool SimConfigReader::readVariables(const QJsonValue &value, const QString &path, SimSupply *supply)
 {
     if (value.isUndefined())
         return true;
@@ -242,9 +241,9 @@ bool SimConfigReader::readVariables(const QJsonValue &value, const QString &path
         const auto id = parseKey(it.key());
         const auto number = parseHex(it.value(), 32);
         if (!id || *id > 0xFFFF || !it.value().isDouble() || !number)
-            return fail(path + QStringLiteral(".variables"),
-                        QStringLiteral("\"%1\" is not a 16-bit id with a 32-bit value")
-                            .arg(it.key()));
+            return fail(
+                path + QStringLiteral(".variables"),
+                QStringLiteral("\"%1\" is not a 16-bit id with a 32-bit value").arg(it.key()));
         supply->variables.insert(static_cast<quint16>(*id), static_cast<quint32>(*number));
     }
     return true;
@@ -306,12 +305,11 @@ bool SimConfigReader::readLightCommon(const QJsonObject &object, const QString &
     if (hasSerial == hasUid)
         return fail(path, QStringLiteral("give exactly one of \"serial\" and \"uid\""));
     light->kind = hasUid ? SimLight::Kind::Rdm : SimLight::Kind::Classic;
-    const auto serial = parseHex(object.value(QLatin1String(hasUid ? "uid" : "serial")),
-                                 hasUid ? 48 : 32);
+    const auto serial =
+        parseHex(object.value(QLatin1String(hasUid ? "uid" : "serial")), hasUid ? 48 : 32);
     if (!serial)
-        return fail(path, hasUid
-                              ? QStringLiteral("\"uid\" is not a 48-bit hexadecimal number")
-                              : QStringLiteral("\"serial\" is not a 32-bit hexadecimal number"));
+        return fail(path, hasUid ? QStringLiteral("\"uid\" is not a 48-bit hexadecimal number")
+                                 : QStringLiteral("\"serial\" is not a 32-bit hexadecimal number"));
     light->serial = *serial;
     const auto footprint = wholeNumber(object, "footprint", 1, 512, 3);
     const auto offset = wholeNumber(object, "dmxOffset", 0, SimLight::kMaxDmxOffset, 0);
@@ -340,11 +338,11 @@ bool SimConfigReader::readMemory(const QJsonValue &value, const QString &path, S
     for (auto it = object.begin(); it != object.end(); ++it) {
         const auto address = parseKey(it.key());
         const double byte = it.value().toDouble(-1);
-        if (!address || *address >= SimLight::kMaxMemorySize || !it.value().isDouble()
-            || byte < 0 || byte > 255 || byte != double(int(byte)))
-            return fail(path + QStringLiteral(".memory"),
-                        QStringLiteral("\"%1\" is not a 16-bit address with a byte value")
-                            .arg(it.key()));
+        if (!address || *address >= SimLight::kMaxMemorySize || !it.value().isDouble() ||
+            byte < 0 || byte > 255 || byte != double(int(byte)))
+            return fail(
+                path + QStringLiteral(".memory"),
+                QStringLiteral("\"%1\" is not a 16-bit address with a byte value").arg(it.key()));
         light->writeMemory(static_cast<quint16>(*address), static_cast<quint8>(byte));
     }
     return true;
@@ -359,8 +357,8 @@ bool SimConfigReader::readRdm(const QJsonObject &object, const QString &path, Si
     const auto personalities = wholeNumber(object, "personalityCount", 1, 255, 1);
     const auto subDevices = wholeNumber(object, "subDeviceCount", 0, 512, 0);
     const auto sensors = wholeNumber(object, "sensorCount", 0, 255, 0);
-    if (!model || !category || !software || !personality || !personalities || !subDevices
-        || !sensors)
+    if (!model || !category || !software || !personality || !personalities || !subDevices ||
+        !sensors)
         return fail(path, QStringLiteral("an RDM device-info field is out of range"));
     rdm->deviceModelId = static_cast<quint16>(*model);
     rdm->productCategory = static_cast<quint16>(*category);
@@ -371,8 +369,8 @@ bool SimConfigReader::readRdm(const QJsonObject &object, const QString &path, Si
     rdm->sensorCount = static_cast<quint8>(*sensors);
     rdm->modelDescription = object.value(QLatin1String("model")).toString();
     rdm->softwareVersionLabel = object.value(QLatin1String("softwareVersionLabel")).toString();
-    if (rdm->modelDescription.size() > kMaxRdmText
-        || rdm->softwareVersionLabel.size() > kMaxRdmText)
+    if (rdm->modelDescription.size() > kMaxRdmText ||
+        rdm->softwareVersionLabel.size() > kMaxRdmText)
         return fail(path, QStringLiteral("RDM texts are limited to 32 characters"));
     const QJsonValue parameters = object.value(QLatin1String("parameters"));
     if (parameters.isUndefined())
@@ -384,11 +382,11 @@ bool SimConfigReader::readRdm(const QJsonObject &object, const QString &path, Si
         const auto pid = parseKey(it.key());
         const QString hex = it.value().toString();
         const QByteArray data = QByteArray::fromHex(hex.toLatin1());
-        if (!pid || *pid > 0xFFFF || !it.value().isString() || data.size() * 2 != hex.size()
-            || data.size() > kMaxParameterData)
-            return fail(path + QStringLiteral(".parameters"),
-                        QStringLiteral("\"%1\" is not a parameter id with hexadecimal data")
-                            .arg(it.key()));
+        if (!pid || *pid > 0xFFFF || !it.value().isString() || data.size() * 2 != hex.size() ||
+            data.size() > kMaxParameterData)
+            return fail(
+                path + QStringLiteral(".parameters"),
+                QStringLiteral("\"%1\" is not a parameter id with hexadecimal data").arg(it.key()));
         rdm->parameters.insert(static_cast<quint16>(*pid), data);
     }
     return true;

@@ -2,11 +2,13 @@
 
 bool SimFaults::operator==(const SimFaults &other) const
 {
-    return dropShare == other.dropShare && duplicateShare == other.duplicateShare
-           && delayShare == other.delayShare && delayMs == other.delayMs && seed == other.seed;
+    return dropShare == other.dropShare && duplicateShare == other.duplicateShare &&
+           delayShare == other.delayShare && delayMs == other.delayMs && seed == other.seed;
 }
 
-SimFaultPlan::SimFaultPlan(const SimFaults &faults) : m_faults(faults), m_random(faults.seed) {}
+SimFaultPlan::SimFaultPlan(const SimFaults &faults) : m_faults(faults), m_random(faults.seed)
+{
+}
 
 SimFaultPlan::Fate SimFaultPlan::next()
 {

@@ -30,8 +30,8 @@ QJsonObject lightToJson(const SimLight &light)
     object.insert(QStringLiteral("firmware"), light.readMemory(SimLight::kFirmwareVersion));
     QJsonObject memory;
     for (int address = 0; address < light.memory.size(); ++address) {
-        if (address == SimLight::kFirmwareVersion || address == SimLight::kDmxOffsetHigh
-            || address == SimLight::kDmxOffsetLow)
+        if (address == SimLight::kFirmwareVersion || address == SimLight::kDmxOffsetHigh ||
+            address == SimLight::kDmxOffsetLow)
             continue;
         const quint8 byte = light.readMemory(static_cast<quint16>(address));
         // The last byte of a grown memory is kept even when zero, so the size survives.
@@ -97,8 +97,8 @@ QStringList describeRuns(const QVector<SimLight> &lights)
     QStringList runs;
     int start = 0;
     for (int i = 1; i <= lights.size(); ++i) {
-        const bool breaks = i == lights.size() || lights.at(i).kind != lights.at(start).kind
-                            || lights.at(i).serial != lights.at(i - 1).serial + 1;
+        const bool breaks = i == lights.size() || lights.at(i).kind != lights.at(start).kind ||
+                            lights.at(i).serial != lights.at(i - 1).serial + 1;
         if (!breaks)
             continue;
         const SimLight &first = lights.at(start);

@@ -2,13 +2,11 @@
 
 bool SimRdmInfo::operator==(const SimRdmInfo &other) const
 {
-    return deviceModelId == other.deviceModelId && productCategory == other.productCategory
-           && softwareVersionId == other.softwareVersionId && personality == other.personality
-           && personalityCount == other.personalityCount
-           && subDeviceCount == other.subDeviceCount && sensorCount == other.sensorCount
-           && modelDescription == other.modelDescription
-           && softwareVersionLabel == other.softwareVersionLabel
-           && parameters == other.parameters;
+    return deviceModelId == other.deviceModelId && productCategory == other.productCategory &&
+           softwareVersionId == other.softwareVersionId && personality == other.personality &&
+           personalityCount == other.personalityCount && subDeviceCount == other.subDeviceCount &&
+           sensorCount == other.sensorCount && modelDescription == other.modelDescription &&
+           softwareVersionLabel == other.softwareVersionLabel && parameters == other.parameters;
 }
 
 quint16 SimLight::dmxOffset() const
@@ -36,6 +34,6 @@ void SimLight::writeMemory(quint16 address, quint8 value)
 
 bool SimLight::operator==(const SimLight &other) const
 {
-    return kind == other.kind && serial == other.serial && footprint == other.footprint
-           && memory == other.memory && rdm == other.rdm;
+    return kind == other.kind && serial == other.serial && footprint == other.footprint &&
+           memory == other.memory && rdm == other.rdm;
 }

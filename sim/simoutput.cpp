@@ -1,6 +1,8 @@
 #include "sim/simoutput.h"
 
-SimOutput::SimOutput(QObject *parent) : QObject(parent) {}
+SimOutput::SimOutput(QObject *parent) : QObject(parent)
+{
+}
 
 void SimOutput::record(int supplyIndex, const SimFrame &frame)
 {

@@ -28,8 +28,8 @@ std::optional<Request> parseRequest(const QByteArray &datagram)
         return std::nullopt;
     const int length = b[m + 2];
     const int dataLength = b[m + 23];
-    if (length < kRequestLength || length != kRequestLength + dataLength
-        || datagram.size() < m + length + 2)
+    if (length < kRequestLength || length != kRequestLength + dataLength ||
+        datagram.size() < m + length + 2)
         return std::nullopt;
     quint16 sum = 0;
     SimWire::readBe16(datagram, m + length, &sum);
@@ -122,8 +122,7 @@ std::optional<QByteArray> answer(const SimSupply &supply, const QByteArray &requ
         return std::nullopt;
     const auto [responseType, data] = lookUp(*light, *parsed);
     const int length = kRequestLength + data.size();
-    QByteArray reply =
-        SimWire::makeDatagram(SimWire::RdmGetReply, kMessageOffset + length + 2, 3);
+    QByteArray reply = SimWire::makeDatagram(SimWire::RdmGetReply, kMessageOffset + length + 2, 3);
     const int m = kMessageOffset;
     reply[m] = static_cast<char>(kStartCode);
     reply[m + 1] = static_cast<char>(kSubStartCode);

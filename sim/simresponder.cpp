@@ -28,11 +28,16 @@ bool wellFormed(const SimWire::Header &header, int size)
         int size;
     };
     static const Rule rules[] = {
-        {SimWire::Discover, 1, 16},          {SimWire::DiscoverPorts, 1, 16},
-        {SimWire::DmxOut, 1, kDmxOutHeader}, {SimWire::GetDeviceVariable, 1, 16},
-        {SimWire::PortOut, 1, kPortOutHeader}, {SimWire::Sync, 1, 16},
-        {SimWire::BlinkScan, 1, 16},         {SimWire::BlinkEERead, 1, 20},
-        {SimWire::BlinkScan2, 1, 16},        {SimWire::RdmGet, 3, 38},
+        {SimWire::Discover, 1, 16},
+        {SimWire::DiscoverPorts, 1, 16},
+        {SimWire::DmxOut, 1, kDmxOutHeader},
+        {SimWire::GetDeviceVariable, 1, 16},
+        {SimWire::PortOut, 1, kPortOutHeader},
+        {SimWire::Sync, 1, 16},
+        {SimWire::BlinkScan, 1, 16},
+        {SimWire::BlinkEERead, 1, 20},
+        {SimWire::BlinkScan2, 1, 16},
+        {SimWire::RdmGet, 3, 38},
     };
     for (const Rule &rule : rules) {
         if (rule.type == header.type)
@@ -205,9 +210,9 @@ QByteArray discoverReply(const SimSupply &supply)
     const int textOffset = wide ? 40 : 32;
     const QByteArray version = supply.versionText.toLatin1();
     const QByteArray id = supply.idText.toLatin1();
-    QByteArray reply = SimWire::makeDatagram(wide ? SimWire::DiscoverReplyV3
-                                                  : SimWire::DiscoverReply,
-                                             textOffset + version.size() + 1 + id.size() + 1);
+    QByteArray reply =
+        SimWire::makeDatagram(wide ? SimWire::DiscoverReplyV3 : SimWire::DiscoverReply,
+                              textOffset + version.size() + 1 + id.size() + 1);
     SimWire::putAddress(reply, 12, ipv4(supply));
     reply.replace(16, 6, supply.mac.leftJustified(6, '\0', true));
     SimWire::putLe16(reply, 22, supply.version);

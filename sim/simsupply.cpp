@@ -37,9 +37,9 @@ int SimSupply::lightCount() const
 
 bool SimSupply::operator==(const SimSupply &other) const
 {
-    return address == other.address && mac == other.mac && serial == other.serial
-           && wideSerial == other.wideSerial && version == other.version
-           && universe == other.universe && versionText == other.versionText
-           && idText == other.idText && rdmEntryType == other.rdmEntryType
-           && variables == other.variables && ports == other.ports;
+    return address == other.address && mac == other.mac && serial == other.serial &&
+           wideSerial == other.wideSerial && version == other.version &&
+           universe == other.universe && versionText == other.versionText &&
+           idText == other.idText && rdmEntryType == other.rdmEntryType &&
+           variables == other.variables && ports == other.ports;
 }

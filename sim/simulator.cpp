@@ -25,9 +25,7 @@ quint16 typeOf(const QByteArray &datagram)
 } // namespace
 
 Simulator::Simulator(const SimInstallation &installation, QObject *parent)
-    : QObject(parent),
-      m_installation(installation),
-      m_output(new SimOutput(this)),
+    : QObject(parent), m_installation(installation), m_output(new SimOutput(this)),
       m_faultPlan(installation.faults)
 {
 }
@@ -54,8 +52,7 @@ bool Simulator::start(QString *error)
         stop();
         return false;
     }
-    connect(m_broadcastSocket, &QUdpSocket::readyRead, this,
-            &Simulator::handleBroadcastReadyRead);
+    connect(m_broadcastSocket, &QUdpSocket::readyRead, this, &Simulator::handleBroadcastReadyRead);
     qCDebug(lcSim) << "Simulating" << m_installation.supplies.size() << "supplies with"
                    << m_installation.lightCount() << "lights";
     return true;
@@ -199,9 +196,9 @@ void Simulator::recordBroadcastFrame(const QByteArray &request)
         return;
     }
     for (int i = 0; i < m_installation.supplies.size(); ++i) {
-        const bool matches = frame->kind == SimFrame::Kind::DmxOut
-                             || frame->universe == 0xFFFFFFFFu
-                             || frame->universe == m_installation.supplies.at(i).universe;
+        const bool matches = frame->kind == SimFrame::Kind::DmxOut ||
+                             frame->universe == 0xFFFFFFFFu ||
+                             frame->universe == m_installation.supplies.at(i).universe;
         if (!matches)
             continue;
         ++m_stats.frames;
