@@ -282,11 +282,11 @@ bool SimConfigReader::readLights(const QJsonObject &object, const QString &path,
         if (!count)
             return fail(lightPath, QStringLiteral("\"count\" is not 1..%1").arg(kMaxRun));
         const quint64 lastSerial = first.serial + quint64(*count - 1);
-        const int lastOffset = first.dmxOffset() + int(*count - 1) * first.footprint;
+        const int lastChannel = first.dmxOffset() + int(*count) * first.footprint;
         if ((!first.isRdm() && lastSerial > 0xFFFFFFFFull) || lastSerial >> 48)
             return fail(lightPath, QStringLiteral("the run of serials overflows"));
-        if (lastOffset > SimLight::kMaxDmxOffset)
-            return fail(lightPath, QStringLiteral("the run passes DMX offset 511"));
+        if (lastChannel > SimLight::kMaxDmxOffset + 1)
+            return fail(lightPath, QStringLiteral("the light's channels run past 512"));
         for (int n = 0; n < *count; ++n) {
             SimLight light = first;
             light.serial = first.serial + quint64(n);
