@@ -113,6 +113,7 @@ void DiscoveryEngine::discoverControllers()
     m_suppliesByAddress.clear();
     m_suppliesByUid.clear();
     m_lightsBySerial.clear();
+    m_lightsPerPort.clear();
     m_runs.clear();
     m_pendingVariables.clear();
     m_dmxOffsets.clear();
@@ -269,6 +270,7 @@ Light *DiscoveryEngine::addDiscoveredLight(DataSupply &supply, quint64 serial, u
     light->setSerialNumber(serial);
     light->setDataSupply(supply.uid());
     light->setPortNumber(port);
+    light->setLightNumber(m_lightsPerPort[qMakePair(supply.uid(), port)]++);
     light->setName(QStringLiteral("%1").arg(serial, serial > kClassicSerialLimit ? 12 : 8, 16,
                                             QLatin1Char('0')).toUpper());
     m_lightsBySerial.insert(serial, light);
@@ -394,6 +396,27 @@ void DiscoveryEngine::readLightData(const QList<Light *> &lights)
         }
     }
     m_retry = true;
+}
+
+void DiscoveryEngine::resumeLightData(Light *light)
+{
+    if (!light)
+        return;
+    const auto run = m_runs.constFind(light->serialNumber());
+    if (run == m_runs.cend() || run->next >= run->items.size()) {
+        readLightData({light});
+        return;
+    }
+    const QString ip = ipOfLight(*light);
+    const quint16 item = run->items.at(run->next);
+    if (run->rdm) {
+        QThread::msleep(kRdmPauseMs);
+        m_protocol->rdmGet(ip, light->serialNumber(), item);
+        armTimer("XRDMGet", ip, light->serialNumber(), item);
+    } else {
+        m_protocol->blinkEERead(ip, static_cast<quint32>(light->serialNumber()), item);
+        armTimer("EERead", ip, light->serialNumber(), item);
+    }
 }
 
 void DiscoveryEngine::setDmxOffsetByte(Light &light, bool high, quint8 value)

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "model/datasupply.h"
+#include "model/light.h"
+
 #include "discovery/lightreadplan.h"
 
 #include <QByteArray>
@@ -13,8 +16,6 @@
 
 #include <memory>
 
-class DataSupply;
-class Light;
 class Vistra;
 
 // Turns protocol replies into model objects: finds supplies, their ports and the lights on
@@ -53,6 +54,9 @@ public:
     void discoverPorts(DataSupply *supply);
     // Starts a read run: the DMX address and the further memory items of each light.
     void readLightData(const QList<Light *> &lights);
+    // Asks again for what a light's unfinished run waits for (the run goes on from there), or
+    // starts a run for a light that has none.
+    void resumeLightData(Light *light);
     // Asks a supply for device variables; each reply becomes a supply property.
     void readDeviceVariables(DataSupply *supply, const QVector<quint16> &ids);
 
@@ -122,6 +126,8 @@ private:
     QHash<quint32, QPointer<DataSupply>> m_suppliesByAddress;
     QHash<quint64, QPointer<DataSupply>> m_suppliesByUid;
     QHash<quint64, QPointer<Light>> m_lightsBySerial;
+    // Lights found so far per (supply uid, port): the next light's number on that port.
+    QHash<QPair<quint64, unsigned int>, int> m_lightsPerPort;
     // One light's read run: memory addresses (classic) or RDM parameter ids, and the index
     // of the one whose answer we wait for.
     struct ReadRun
