@@ -96,7 +96,7 @@ void KSocket::findDirectedBroadcast()
 bool KSocket::readPending(char *buffer, qint64 capacity, QHostAddress *sender, quint16 *senderPort,
                           qint64 *length)
 {
-    if (!hasPendingDatagrams())
+    if (state() == QAbstractSocket::UnconnectedState || !hasPendingDatagrams())
         return false;
     const qint64 read = readDatagram(buffer, capacity, sender, senderPort);
     if (length)
