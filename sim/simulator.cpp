@@ -15,6 +15,7 @@ namespace {
 // only when every one of them asks for address reuse.
 constexpr QAbstractSocket::BindMode kBindMode =
     QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint;
+constexpr int kReceiveBuffer = 1 << 20;
 
 quint16 typeOf(const QByteArray &datagram)
 {
@@ -85,8 +86,11 @@ int Simulator::supplyAt(const QHostAddress &address) const
 
 bool Simulator::bindSocket(QUdpSocket *socket, const QHostAddress &address, QString *error)
 {
-    if (socket->bind(address, SimWire::kPort, kBindMode))
+    if (socket->bind(address, SimWire::kPort, kBindMode)) {
+        // Discovery and read runs arrive in bursts; the kernel caps this at its maximum.
+        socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, kReceiveBuffer);
         return true;
+    }
     if (error)
         *error = QStringLiteral("cannot bind %1:%2: %3")
                      .arg(address.toString())

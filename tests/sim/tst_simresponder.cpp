@@ -1,6 +1,8 @@
 #include "sim/simfaults.h"
 #include "sim/simresponder.h"
 
+#include "simrequests.h"
+
 #include <QtTest>
 
 // The device side checked against bytes written out by hand from the wire tables, and
@@ -32,6 +34,8 @@ private slots:
     void faultPlanIsDeterministic();
     void faultPlanShares();
 };
+
+using namespace SimRequests;
 
 namespace {
 
@@ -84,57 +88,6 @@ SimSupply supply(int classicLights = 2, int rdmLights = 1, quint8 entryType = 4)
     return s;
 }
 
-QByteArray header(quint16 type, quint16 version = 1)
-{
-    QByteArray bytes = QByteArray::fromHex("0401dc4a");
-    bytes.append(char(version & 0xFF)).append(char(version >> 8));
-    bytes.append(char(type & 0xFF)).append(char(type >> 8));
-    return bytes;
-}
-
-QByteArray eeReadRequest(quint32 serial, quint16 address)
-{
-    QByteArray request = header(0x0203) + QByteArray(4, '\0');
-    for (int i = 0; i < 4; ++i)
-        request.append(char((serial >> (8 * i)) & 0xFF));
-    request.append(char(address & 0xFF)).append(char(address >> 8));
-    return request + QByteArray(2, '\0'); // sent as 20 bytes
-}
-
-// An E1.20 GET inside a 0x0303 datagram, as the program builds it.
-QByteArray rdmGet(quint64 uid, quint16 pid, quint8 commandClass = 0x20, quint16 subDevice = 0)
-{
-    QByteArray rdm;
-    rdm.append(char(0xCC)).append(char(0x01)).append(char(24));
-    for (int i = 5; i >= 0; --i)
-        rdm.append(char((uid >> (8 * i)) & 0xFF));
-    rdm.append(QByteArray::fromHex("4f52ae000001")); // source UID
-    rdm.append(char(0x2A)).append(char(0xFF)).append(char(0));
-    rdm.append(char(subDevice >> 8)).append(char(subDevice & 0xFF));
-    rdm.append(char(commandClass)).append(char(pid >> 8)).append(char(pid & 0xFF)).append('\0');
-    quint16 sum = 0;
-    for (char c : rdm)
-        sum += quint8(c);
-    rdm.append(char(sum >> 8)).append(char(sum & 0xFF));
-    return header(0x0303, 3) + QByteArray(4, '\0') + rdm;
-}
-
-quint32 le32(const QByteArray &data, int at)
-{
-    quint32 v = 0;
-    for (int i = 3; i >= 0; --i)
-        v = (v << 8) | quint8(data.at(at + i));
-    return v;
-}
-
-quint64 be(const QByteArray &data, int at, int width)
-{
-    quint64 v = 0;
-    for (int i = 0; i < width; ++i)
-        v = (v << 8) | quint8(data.at(at + i));
-    return v;
-}
-
 struct ScanResult
 {
     QMap<int, QVector<quint64>> serials; // wire port -> serials, in order
@@ -149,7 +102,7 @@ ScanResult readScan(const QVector<QByteArray> &replies)
     ScanResult result;
     for (const QByteArray &d : replies) {
         if (d.size() < 16 || quint8(d.at(6)) != 0x08 || quint8(d.at(7)) != 0x02 ||
-            be(d, 8, 4) != 0x7F000102) {
+            readBe(d, 8, 4) != 0x7F000102) {
             result.ok = false;
             continue;
         }
@@ -163,14 +116,14 @@ ScanResult readScan(const QVector<QByteArray> &replies)
             at += 4;
             if (type == 1) {
                 for (int i = 0; i < length / 4; ++i)
-                    result.serials[port] << le32(d, at + 4 * i);
+                    result.serials[port] << readLe(d, at + 4 * i, 4);
                 at += length;
                 continue;
             }
             const int item = type == 3 ? 8 : 6;
             for (int i = 0; i < entries; ++i) {
                 const int p = at + i * item + (type == 3 ? 2 : 0);
-                const quint64 low = le32(d, p);
+                const quint64 low = readLe(d, p, 4);
                 const quint64 high = quint8(d.at(p + 4)) | (quint8(d.at(p + 5)) << 8);
                 result.uids[port] << ((high << 32) | low);
             }
@@ -329,7 +282,7 @@ void tst_SimResponder::eeRead()
     QFETCH(quint32, serial);
     QFETCH(quint16, address);
     QFETCH(QByteArray, expected);
-    const auto answer = SimResponder::answer(supply(), eeReadRequest(serial, address));
+    const auto answer = SimResponder::answer(supply(), SimRequests::eeRead(serial, address));
     QVERIFY(answer.accepted);
     QCOMPARE(answer.replies.value(0).toHex(), expected);
 }
@@ -359,12 +312,12 @@ void tst_SimResponder::rdmDeviceInfo()
     QCOMPARE(quint8(m.at(0)), quint8(0xCC));
     QCOMPARE(quint8(m.at(1)), quint8(0x01));
     QCOMPARE(int(quint8(m.at(2))), 24 + 19);
-    QCOMPARE(be(m, 3, 6), Q_UINT64_C(0x4F52AE000001)); // back to the requester
-    QCOMPARE(be(m, 9, 6), Q_UINT64_C(0x7FF702000203));
+    QCOMPARE(readBe(m, 3, 6), Q_UINT64_C(0x4F52AE000001)); // back to the requester
+    QCOMPARE(readBe(m, 9, 6), Q_UINT64_C(0x7FF702000203));
     QCOMPARE(int(quint8(m.at(15))), 0x2A); // transaction number echoed
     QCOMPARE(int(quint8(m.at(16))), 0x00); // ACK
     QCOMPARE(int(quint8(m.at(20))), 0x21); // GET response
-    QCOMPARE(be(m, 21, 2), quint64(0x0060));
+    QCOMPARE(readBe(m, 21, 2), quint64(0x0060));
     QCOMPARE(int(quint8(m.at(23))), 19);
     // Protocol 1.0, model 0x0102, category 0x0100, software 0x00020005, footprint 3,
     // personality 1 of 1, start address = offset 6 + 1, no sub-devices, no sensors.
@@ -380,7 +333,7 @@ void tst_SimResponder::rdmDeviceInfo()
     quint16 sum = 0;
     for (int i = 0; i < 24 + 19; ++i)
         sum += quint8(m.at(i));
-    QCOMPARE(be(m, 24 + 19, 2), quint64(sum));
+    QCOMPARE(readBe(m, 24 + 19, 2), quint64(sum));
 }
 
 void tst_SimResponder::rdmOtherParameters_data()
@@ -409,7 +362,7 @@ void tst_SimResponder::rdmOtherParameters()
     quint16 sum = 0;
     for (int i = 0; i < 24 + data.size(); ++i)
         sum += quint8(m.at(i));
-    QCOMPARE(be(m, 24 + data.size(), 2), quint64(sum));
+    QCOMPARE(readBe(m, 24 + data.size(), 2), quint64(sum));
 }
 
 void tst_SimResponder::rdmRejected_data()
@@ -440,7 +393,7 @@ void tst_SimResponder::rdmRejected()
         return;
     const QByteArray m = answer.replies.first().mid(12);
     QCOMPARE(int(quint8(m.at(16))), 2);
-    QCOMPARE(int(be(m, 24, 2)), nackReason);
+    QCOMPARE(int(readBe(m, 24, 2)), nackReason);
 }
 
 void tst_SimResponder::malformedRequests_data()
@@ -450,7 +403,7 @@ void tst_SimResponder::malformedRequests_data()
     QTest::newRow("header only, wrong magic") << QByteArray::fromHex("0401dc4b01000100");
     QTest::newRow("short discover") << header(0x0001) + QByteArray(7, '\0');
     QTest::newRow("discover version 2") << header(0x0001, 2) + QByteArray(8, '\0');
-    QTest::newRow("short EE read") << eeReadRequest(0x4C310101, 64).left(19);
+    QTest::newRow("short EE read") << SimRequests::eeRead(0x4C310101, 64).left(19);
     QTest::newRow("unknown type") << header(0x0999) + QByteArray(8, '\0');
     QTest::newRow("a reply type") << header(0x0002) + QByteArray(40, '\0');
 }
