@@ -53,6 +53,7 @@ std::optional<QString> valueText(quint16 pid, const uchar *data, int length)
         if (length < 1)
             return std::nullopt;
         return QString::number(data[0]);
+    case DmxStartAddress: // 1..512, what discovery needs of an RDM light
     case MakerWord:
         if (length < 2)
             return std::nullopt;

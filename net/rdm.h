@@ -23,6 +23,7 @@ constexpr quint64 kUidMask = 0xFFFFFFFFFFFFull;
 enum Pid : quint16 {
     DeviceInfo = 0x0060,
     DeviceModelDescription = 0x0080,
+    DmxStartAddress = 0x00F0,
     Curve = 0x0343,
     MakerByte0 = 0x8600,
     MakerByte2 = 0x8602,

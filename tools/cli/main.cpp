@@ -1,4 +1,5 @@
 #include "clicommand.h"
+#include "discovercommand.h"
 #include "mapcommand.h"
 #include "net/dottedquad.h"
 #include "net/ksocket.h"
@@ -18,6 +19,9 @@ struct Command
 
 const Command kCommands[] = {
     {"map", "inspect and rewrite map files (info, resave)", runMapCommand},
+    {"discover", "find the supplies on the network and their ports", runDiscoverCommand},
+    {"scan", "discover, then find the lights on every port", runDiscoverCommand},
+    {"read", "scan, then read every light's stored data", runDiscoverCommand},
 };
 
 void printUsage(QTextStream &stream)
