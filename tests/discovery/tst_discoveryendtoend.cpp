@@ -2,7 +2,7 @@
 // simulator runs in a network namespace of its own, joined to ours by a veth pair whose end
 // on our side is called "eth0", so discovery broadcasts take the program's own path (the
 // directed broadcast of eth0) rather than an address chosen on the command line.
-#include "net/netnamespace.h"
+#include "support/netnamespace.h"
 #include "sim/siminstallation.h"
 
 #include <QJsonArray>

@@ -5,7 +5,7 @@
 #include "model/datasupply.h"
 #include "model/light.h"
 #include "net/ksocket.h"
-#include "net/netnamespace.h"
+#include "support/netnamespace.h"
 #include "net/vistra.h"
 
 #include <QSignalSpy>

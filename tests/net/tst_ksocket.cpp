@@ -1,7 +1,7 @@
 // The socket layer in network namespaces the test builds itself: where broadcasts go with and
 // without an "eth0", that a chosen broadcast address wins, that a socket whose bind failed
 // answers sends with false, and the read path. Each case runs in a fresh namespace.
-#include "netnamespace.h"
+#include "support/netnamespace.h"
 
 #include "net/ksocket.h"
 

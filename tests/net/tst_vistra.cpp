@@ -3,7 +3,7 @@
 // reply type arriving as the right signal with the right arguments (and its truncations as
 // nothing), and the socket reset. The "controller" is a plain socket on port 6038 of the
 // loop-back; broadcasts are pointed at 127.0.0.1.
-#include "netnamespace.h"
+#include "support/netnamespace.h"
 #include "replydescription.h"
 #include "replyrows.h"
 

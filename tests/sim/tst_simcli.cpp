@@ -1,4 +1,4 @@
-#include "privatenetns.h"
+#include "support/netnamespace.h"
 #include "simrequests.h"
 
 #include <QHostAddress>
@@ -139,7 +139,7 @@ void tst_SimCli::runsAndAnswers()
 {
     QFETCH(QString, drop);
     QFETCH(int, replies);
-    const QString reason = PrivateNetNs::enterOwn();
+    const QString reason = NetNamespace::enterOwn();
     if (!reason.isEmpty())
         QSKIP(qPrintable(reason));
     QProcess process;

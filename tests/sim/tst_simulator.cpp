@@ -1,7 +1,7 @@
 #include "sim/simoutput.h"
 #include "sim/simulator.h"
 
-#include "privatenetns.h"
+#include "support/netnamespace.h"
 #include "simrequests.h"
 
 #include <QElapsedTimer>
@@ -96,7 +96,7 @@ bool runIp(const QStringList &arguments)
 
 void tst_Simulator::initTestCase()
 {
-    const QString reason = PrivateNetNs::enterOwn();
+    const QString reason = NetNamespace::enterOwn();
     if (!reason.isEmpty())
         QSKIP(qPrintable(reason));
 }

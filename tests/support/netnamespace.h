@@ -73,4 +73,16 @@ inline bool setUp(const QStringList &commands, QString *error)
     return true;
 }
 
+// Checks the suite's namespace, then enters a fresh one with loop-back up. Empty on success,
+// otherwise the reason to skip. Call from the main thread before creating any socket.
+inline QString enterOwn()
+{
+    if (!isPrivate())
+        return QString::fromLatin1(kNotPrivate);
+    QString error;
+    if (!enterFresh(&error))
+        return error;
+    return {};
+}
+
 } // namespace NetNamespace
