@@ -165,7 +165,7 @@ QVariant GroupTreeModel::memberData(quint64 lightUid, int column, int role) cons
     if (!light) {
         // A group may name a light the map no longer (or never) had, e.g. in a hand-edited file.
         if (role == Qt::DisplayRole && column == NameColumn)
-            return QStringLiteral("Missing light %1").arg(lightUid, 0, 16).toUpper();
+            return QStringLiteral("Missing light %1").arg(QString::number(lightUid, 16).toUpper());
         if (role == Qt::FontRole) {
             QFont font;
             font.setItalic(true);
