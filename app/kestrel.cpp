@@ -564,7 +564,7 @@ void Kestrel::restoreWindowState()
     if (std::all_of(sizes.cbegin(), sizes.cend(), [](int size) { return size > 0; }))
         m_ui.m_splitter->setSizes(sizes);
     else
-        m_ui.m_splitter->setSizes({400, 280, 600});
+        m_ui.m_splitter->setSizes({540, 320, 420});
 
     QList<int> widths;
     for (int index = 0; index < LightTreeModel::ColumnCount; ++index) {

@@ -179,16 +179,19 @@ QVariant GroupTreeModel::memberData(quint64 lightUid, int column, int role) cons
     case Qt::DisplayRole:
         if (column == NameColumn)
             return light->name();
-        if (column == SerialColumn)
-            return LightTreeModel::serialText(light->serialNumber());
         if (column == DmxAddressColumn)
             return LightTreeModel::dmxAddressText(light->deviceProperty(QStringLiteral("DMX_OFFSET")));
         return {};
     case Qt::DecorationRole:
         return column == NameColumn ? QVariant(lightIcon()) : QVariant();
+    case Qt::ToolTipRole: {
+        const QString serial = LightTreeModel::serialText(light->serialNumber());
+        return serial.isEmpty() ? light->name()
+                                : QStringLiteral("%1\nSerial number: %2").arg(light->name(), serial);
+    }
     case Qt::TextAlignmentRole:
         if (column == DmxAddressColumn)
-            return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
+            return static_cast<int>(Qt::AlignRight | Qt::AlignVCenter);
         return {};
     default:
         return {};
@@ -211,16 +214,15 @@ bool GroupTreeModel::setData(const QModelIndex &index, const QVariant &value, in
 
 QVariant GroupTreeModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
         return {};
-    switch (section) {
-    case NameColumn:
-        return QStringLiteral("Name");
-    case SerialColumn:
-        return QStringLiteral("Serial Number");
-    case DmxAddressColumn:
-        return QStringLiteral("DMX Address");
-    }
+    if (role == Qt::DisplayRole)
+        return section == NameColumn ? QStringLiteral("Name") : QStringLiteral("DMX");
+    if (role == Qt::ToolTipRole)
+        return section == NameColumn
+                   ? QStringLiteral("Group, or light in the group")
+                   : QStringLiteral("DMX address: the light's first channel (blank when not "
+                                    "read from the light)");
     return {};
 }
 

@@ -20,7 +20,7 @@ class GroupTreeModel final : public QAbstractItemModel
 {
     Q_OBJECT
 public:
-    enum Column { NameColumn, SerialColumn, DmxAddressColumn, ColumnCount };
+    enum Column { NameColumn, DmxAddressColumn, ColumnCount };
     enum class RowKind { None, Group, Member };
     static constexpr int UidRole = Qt::UserRole + 1;
 

@@ -38,9 +38,11 @@ GroupView::GroupView(MapModel &model, QWidget *parent)
     setAlternatingRowColors(true);
     setAllColumnsShowFocus(true);
     header()->setStretchLastSection(false);
-    header()->resizeSection(GroupTreeModel::NameColumn, 150);
-    header()->resizeSection(GroupTreeModel::SerialColumn, 90);
-    header()->resizeSection(GroupTreeModel::DmxAddressColumn, 80);
+    header()->setSectionResizeMode(GroupTreeModel::NameColumn, QHeaderView::Stretch);
+    const QFontMetrics metrics = header()->fontMetrics();
+    header()->resizeSection(GroupTreeModel::DmxAddressColumn,
+                            metrics.horizontalAdvance(QStringLiteral("000"))
+                                + 4 * metrics.averageCharWidth());
 
     connect(m_model, &GroupTreeModel::setDirty, this, &GroupView::setDirty);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,

@@ -183,9 +183,6 @@ QVariant LightTreeModel::supplyData(const SupplyNode &node, int column, int role
                                         : supply->name();
         if (column == SerialColumn)
             return serialText(supply->serialNumber());
-        if (column == PortColumn)
-            return supply->portCount() == 1 ? QStringLiteral("1 port")
-                                            : QStringLiteral("%1 ports").arg(supply->portCount());
         return {};
     case Qt::EditRole:
         return column == NameColumn ? QVariant(supply->name()) : QVariant();
@@ -196,6 +193,7 @@ QVariant LightTreeModel::supplyData(const SupplyNode &node, int column, int role
         lines << (supply->hasAddress() ? QStringLiteral("IP address: ") + supply->ipAddress().toString()
                                        : QStringLiteral("No IP address"));
         lines << QStringLiteral("MAC address: ") + supply->macAddress();
+        lines << QStringLiteral("Ports: %1").arg(supply->portCount());
         if (!supply->versionString().isEmpty())
             lines << QStringLiteral("Firmware: ") + supply->versionString();
         lines << QStringLiteral("Lights: %1").arg(node.lights.size());
@@ -233,7 +231,7 @@ QVariant LightTreeModel::lightData(quint64 uid, int column, int role) const
         return column == NameColumn ? QVariant(lightIcon()) : QVariant();
     case Qt::TextAlignmentRole:
         if (column == PortColumn || column == DmxAddressColumn)
-            return QVariant::fromValue(Qt::AlignRight | Qt::AlignVCenter);
+            return static_cast<int>(Qt::AlignRight | Qt::AlignVCenter);
         return {};
     case Qt::ToolTipRole: {
         QStringList lines{light->name()};
@@ -281,18 +279,20 @@ bool LightTreeModel::setData(const QModelIndex &index, const QVariant &value, in
 
 QVariant LightTreeModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
         return {};
-    switch (section) {
-    case NameColumn:
-        return QStringLiteral("Name");
-    case SerialColumn:
-        return QStringLiteral("Serial Number");
-    case PortColumn:
-        return QStringLiteral("Port");
-    case DmxAddressColumn:
-        return QStringLiteral("DMX Address");
-    }
+    // Short titles keep the name column wide in a narrow pane; the tool tips spell them out.
+    static const char *const titles[ColumnCount] = {"Name", "Serial", "Port", "DMX"};
+    static const char *const tips[ColumnCount] = {
+        "Name of the interface or light", "Serial number of the device",
+        "Output port of the interface that drives the light",
+        "DMX address: the light's first channel (blank when not read from the light)"};
+    if (section < 0 || section >= ColumnCount)
+        return {};
+    if (role == Qt::DisplayRole)
+        return QString::fromLatin1(titles[section]);
+    if (role == Qt::ToolTipRole)
+        return QString::fromLatin1(tips[section]);
     return {};
 }
 

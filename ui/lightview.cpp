@@ -36,9 +36,21 @@ LightView::LightView(MapModel &model, QWidget *parent)
     setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
     setAlternatingRowColors(true);
     setAllColumnsShowFocus(true);
+    // The name takes whatever room the pane has; the other columns fit their contents.
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(QHeaderView::Interactive);
-    setColumnWidths({170, 90, 40, 80});
+    header()->setSectionResizeMode(LightTreeModel::NameColumn, QHeaderView::Stretch);
+    const QFontMetrics metrics = header()->fontMetrics();
+    auto fit = [&metrics](const QString &header, const QString &widest) {
+        return std::max(metrics.horizontalAdvance(header), metrics.horizontalAdvance(widest))
+               + 2 * metrics.averageCharWidth();
+    };
+    header()->resizeSection(LightTreeModel::SerialColumn,
+                            fit(QStringLiteral("Serial"), QStringLiteral("00000000")));
+    header()->resizeSection(LightTreeModel::PortColumn,
+                            fit(QStringLiteral("Port"), QStringLiteral("00")));
+    header()->resizeSection(LightTreeModel::DmxAddressColumn,
+                            fit(QStringLiteral("DMX"), QStringLiteral("000")));
 
     connect(m_model, &LightTreeModel::setDirty, this, &LightView::setDirty);
     connect(m_model, &QAbstractItemModel::rowsInserted, this, &LightView::handleRowsInserted);
