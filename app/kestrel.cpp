@@ -1,6 +1,7 @@
 #include "app/kestrel.h"
 
 #include "app/aboutversion.h"
+#include "app/windowstate.h"
 #include "model/datasupply.h"
 #include "model/mapmodel.h"
 #include "ui/animationtemplate.h"
@@ -28,8 +29,6 @@
 #include <QTimer>
 #include <QToolButton>
 
-#include <algorithm>
-
 namespace {
 
 constexpr int kStatusTimeoutMs = 5000;
@@ -38,8 +37,8 @@ const QString kMapSuffix = QStringLiteral(".map");
 } // namespace
 
 Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
-    : QMainWindow(parent), m_prompts(prompts ? std::move(prompts)
-                                             : std::make_unique<WidgetUserPrompts>())
+    : QMainWindow(parent),
+      m_prompts(prompts ? std::move(prompts) : std::make_unique<WidgetUserPrompts>())
 {
     initUiResources();
     m_ui.setupUi(this);
@@ -161,10 +160,10 @@ bool Kestrel::maybeSaveChanges()
 {
     if (!m_dirty)
         return true;
-    const QMessageBox::StandardButton answer = m_prompts->message(
-        this, QMessageBox::Warning, QStringLiteral("Orrery"),
-        QStringLiteral("Do you want to save changes to your current map?\n"),
-        QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    const QMessageBox::StandardButton answer =
+        m_prompts->message(this, QMessageBox::Warning, QStringLiteral("Orrery"),
+                           QStringLiteral("Do you want to save changes to your current map?\n"),
+                           QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
     switch (answer) {
     case QMessageBox::Yes:
         // Going on after a cancelled or failed save would throw the changes away.
@@ -194,9 +193,9 @@ void Kestrel::handleOpenMapAction()
     const auto resume = qScopeGuard([this] { setLiveUpdatesPaused(false); });
     if (!maybeSaveChanges())
         return;
-    const QString path = m_prompts->openFileName(this, QStringLiteral("Select A Map File"),
-                                                 m_settings.mapPath,
-                                                 QStringLiteral("Map Files (*.map);;All Files (*.*)"));
+    const QString path =
+        m_prompts->openFileName(this, QStringLiteral("Select A Map File"), m_settings.mapPath,
+                                QStringLiteral("Map Files (*.map);;All Files (*.*)"));
     if (path.isEmpty())
         return;
     m_settings.mapPath = QFileInfo(path).absolutePath();
@@ -247,11 +246,11 @@ void Kestrel::checkCanvasSize()
     if (canvas.width() <= m_settings.canvasWidth && canvas.height() <= m_settings.canvasHeight)
         return;
     m_prompts->message(this, QMessageBox::Information, QStringLiteral("Orrery"),
-                       QStringLiteral("Map size (") + QString::number(canvas.width())
-                           + QStringLiteral(", ") + QString::number(canvas.height())
-                           + QStringLiteral(") is larger than the default canvas size (")
-                           + QString::number(m_settings.canvasWidth) + QStringLiteral(", ")
-                           + QString::number(m_settings.canvasHeight) + QStringLiteral(")."),
+                       QStringLiteral("Map size (") + QString::number(canvas.width()) +
+                           QStringLiteral(", ") + QString::number(canvas.height()) +
+                           QStringLiteral(") is larger than the default canvas size (") +
+                           QString::number(m_settings.canvasWidth) + QStringLiteral(", ") +
+                           QString::number(m_settings.canvasHeight) + QStringLiteral(")."),
                        QMessageBox::Ok);
 }
 
@@ -422,9 +421,9 @@ void Kestrel::handleSelectAllLightsAction()
 void Kestrel::handleAddInterfaceAction()
 {
     const QString kind = QStringLiteral("Vistra Interface");
-    const std::optional<QString> chosen =
-        m_prompts->chooseItem(this, QStringLiteral("Interface Type"),
-                              QStringLiteral("Please choose what type of Interface to add."), {kind});
+    const std::optional<QString> chosen = m_prompts->chooseItem(
+        this, QStringLiteral("Interface Type"),
+        QStringLiteral("Please choose what type of Interface to add."), {kind});
     if (!chosen)
         return;
     auto supply = std::make_unique<DataSupply>(DataSupply::VistraIp);
@@ -451,12 +450,13 @@ void Kestrel::handleSnapToGridToggled(bool on)
 void Kestrel::handleLivePlayToggled(bool on)
 {
     m_livePlay = on;
-    const QString text = on ? QStringLiteral("Live Play Enabled") : QStringLiteral("Live Play Disabled");
+    const QString text =
+        on ? QStringLiteral("Live Play Enabled") : QStringLiteral("Live Play Disabled");
     m_ui.livePlayAction->setText(text);
     m_ui.livePlayAction->setChecked(on);
     m_ui.m_livePlayIndicator->setText(text);
-    m_ui.m_livePlayIndicator->setIcon(m_ui.livePlayAction->icon().pixmap(16, 16, QIcon::Normal,
-                                                                         on ? QIcon::On : QIcon::Off));
+    m_ui.m_livePlayIndicator->setIcon(
+        m_ui.livePlayAction->icon().pixmap(16, 16, QIcon::Normal, on ? QIcon::On : QIcon::Off));
     m_model->setLivePlay(on);
 }
 
@@ -541,56 +541,28 @@ void Kestrel::closeEvent(QCloseEvent *event)
 
 void Kestrel::restoreWindowState()
 {
-    QSettings settings;
-    const int width = settings.value(QStringLiteral("/appwidth"), 0).toInt();
-    const int height = settings.value(QStringLiteral("/appheight"), 0).toInt();
-    if (width > 0 && height > 0)
-        resize(width, height);
-    else
-        resize(1280, 800);
-    const QPoint position(settings.value(QStringLiteral("/appx"), 0).toInt(),
-                          settings.value(QStringLiteral("/appy"), 0).toInt());
+    const WindowState state =
+        WindowState::load(QSettings(), m_ui.m_splitter->count(), LightTreeModel::ColumnCount);
+    resize(state.size.isValid() ? state.size : QSize(1280, 800));
     // A window saved on a screen that is gone stays where the window system puts it.
-    if (settings.contains(QStringLiteral("/appx")) && QGuiApplication::screenAt(position))
-        move(position);
-    if (settings.value(QStringLiteral("/appmaximized"), false).toBool())
+    if (state.position && QGuiApplication::screenAt(*state.position))
+        move(*state.position);
+    if (state.maximized)
         setWindowState(windowState() | Qt::WindowMaximized);
-
-    QList<int> sizes;
-    for (int index = 0; index < m_ui.m_splitter->count(); ++index) {
-        const QString key = QStringLiteral("%1%2").arg(QStringLiteral("/splitterwidth")).arg(index);
-        sizes.append(settings.value(key, 0).toInt());
-    }
-    if (std::all_of(sizes.cbegin(), sizes.cend(), [](int size) { return size > 0; }))
-        m_ui.m_splitter->setSizes(sizes);
-    else
-        m_ui.m_splitter->setSizes({540, 320, 420});
-
-    QList<int> widths;
-    for (int index = 0; index < LightTreeModel::ColumnCount; ++index) {
-        const QString key =
-            QStringLiteral("%1%2").arg(QStringLiteral("/lightviewcolwidth")).arg(index);
-        widths.append(settings.value(key, 0).toInt());
-    }
-    m_lightView->setColumnWidths(widths);
+    m_ui.m_splitter->setSizes(state.splitterWidths.isEmpty() ? QList<int>{540, 320, 420}
+                                                             : state.splitterWidths);
+    m_lightView->setColumnWidths(state.columnWidths);
 }
 
 void Kestrel::saveWindowState()
 {
+    WindowState state;
+    state.maximized = isMaximized();
+    const QRect normal = normalGeometry();
+    state.position = state.maximized ? normal.topLeft() : pos();
+    state.size = state.maximized ? normal.size() : size();
+    state.splitterWidths = m_ui.m_splitter->sizes();
+    state.columnWidths = m_lightView->columnWidths();
     QSettings settings;
-    const QRect normal = isMaximized() ? normalGeometry() : geometry();
-    settings.setValue(QStringLiteral("/appmaximized"), isMaximized());
-    settings.setValue(QStringLiteral("/appx"), isMaximized() ? normal.x() : x());
-    settings.setValue(QStringLiteral("/appy"), isMaximized() ? normal.y() : y());
-    settings.setValue(QStringLiteral("/appwidth"), normal.width());
-    settings.setValue(QStringLiteral("/appheight"), normal.height());
-    const QList<int> sizes = m_ui.m_splitter->sizes();
-    for (int index = 0; index < sizes.size(); ++index)
-        settings.setValue(QStringLiteral("%1%2").arg(QStringLiteral("/splitterwidth")).arg(index),
-                          sizes.at(index));
-    const QList<int> widths = m_lightView->columnWidths();
-    for (int index = 0; index < widths.size(); ++index)
-        settings.setValue(
-            QStringLiteral("%1%2").arg(QStringLiteral("/lightviewcolwidth")).arg(index),
-            widths.at(index));
+    state.save(settings);
 }

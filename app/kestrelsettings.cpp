@@ -27,7 +27,8 @@ void KestrelSettings::load(const QSettings &settings)
     zoom = positiveInt(settings, QStringLiteral("/zoom"), defaults.zoom);
     recentMapsEnabled =
         settings.value(QStringLiteral("/recent_maps_enabled"), defaults.recentMapsEnabled).toBool();
-    numRecentMaps = positiveInt(settings, QStringLiteral("/num_recent_maps"), defaults.numRecentMaps);
+    numRecentMaps =
+        positiveInt(settings, QStringLiteral("/num_recent_maps"), defaults.numRecentMaps);
     livePlay = settings.value(QStringLiteral("/live_play"), defaults.livePlay).toBool();
     frameRate = positiveInt(settings, QStringLiteral("/frame_rate"), defaults.frameRate);
 }

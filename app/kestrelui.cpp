@@ -22,9 +22,9 @@ struct ActionSpec
     QAction *KestrelUi::*member;
     const char *objectName;
     const char *text;
-    const char *toolTip; // nullptr: none
+    const char *toolTip;  // nullptr: none
     const char *shortcut; // nullptr: none
-    const char *icon; // file in ":/images/icons/", nullptr: none
+    const char *icon;     // file in ":/images/icons/", nullptr: none
     bool checkable;
 };
 
@@ -139,8 +139,8 @@ void KestrelUi::createPanes(QMainWindow *window)
     m_splitter->addWidget(m_layoutGroupBox);
     m_splitter->setStretchFactor(2, 1);
 
-    auto *placeholder = new QLabel(QStringLiteral("The layout canvas is not available yet."),
-                                   m_layoutFrame);
+    auto *placeholder =
+        new QLabel(QStringLiteral("The layout canvas is not available yet."), m_layoutFrame);
     placeholder->setObjectName(QStringLiteral("m_layoutPlaceholder"));
     placeholder->setAlignment(Qt::AlignCenter);
     placeholder->setEnabled(false);
@@ -197,7 +197,8 @@ void KestrelUi::createMenus(QMainWindow *window)
     Layout_ViewMenu = menu("Layout_ViewMenu", QStringLiteral("La&yout View"));
     Layout_ViewMenu->addAction(snapToGridAction);
     Layout_ViewMenu->addSeparator();
-    Layout_ViewMenu->addActions({zoomInAction, zoomOutAction, autoZoomAction, selectAllLightsAction});
+    Layout_ViewMenu->addActions(
+        {zoomInAction, zoomOutAction, autoZoomAction, selectAllLightsAction});
     Layout_ViewMenu->addSeparator();
     Layout_ViewMenu->addAction(livePlayAction);
     Layout_ViewMenu->addSeparator();
@@ -218,7 +219,8 @@ void KestrelUi::createToolbars(QMainWindow *window)
     m_fileToolbar = toolbar("m_fileToolbar", QStringLiteral("File Toolbar"));
     m_fileToolbar->addActions({newMapAction, openMapAction, saveMapAction});
     m_wizardToolbar = toolbar("m_wizardToolbar", QStringLiteral("Wizards Toolbar"));
-    m_wizardToolbar->addActions({discoverInterfacesAction, discoverLightsAction, syncInterfacesAction});
+    m_wizardToolbar->addActions(
+        {discoverInterfacesAction, discoverLightsAction, syncInterfacesAction});
     m_layoutToolbar = toolbar("m_layoutToolbar", QStringLiteral("Layout View Toolbar"));
     m_layoutToolbar->addActions({snapToGridAction, zoomInAction, zoomOutAction, livePlayAction});
     m_addToolbar = toolbar("m_addToolbar", QStringLiteral("Map Creation Toolbar"));

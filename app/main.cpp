@@ -28,7 +28,8 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationName(QStringLiteral("Orrery"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Commissioning tool for networked LED lighting."));
+    parser.setApplicationDescription(
+        QStringLiteral("Commissioning tool for networked LED lighting."));
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("map"), QStringLiteral("Map file to open."),
                                  QStringLiteral("[map]"));

@@ -25,7 +25,10 @@ public:
     // Writes the list and removes the keys of entries that no longer exist.
     void save(QSettings &settings) const;
 
-    static QString key(int index) { return QStringLiteral("%1%2").arg(QStringLiteral("/recentmap")).arg(index); }
+    static QString key(int index)
+    {
+        return QStringLiteral("%1%2").arg(QStringLiteral("/recentmap")).arg(index);
+    }
 
 private:
     void trim();

@@ -37,7 +37,8 @@ void fillInstallation(MapModel &model)
         supply->setUid(model.newUid());
         supply->setName(QStringLiteral("Supply %1").arg(s));
         supply->setSerialNumber(0x01A20000 + s);
-        supply->setIpAddress(QHostAddress(QStringLiteral("10.40.%1.%2").arg(s / 200).arg(s % 200 + 1)));
+        supply->setIpAddress(
+            QHostAddress(QStringLiteral("10.40.%1.%2").arg(s / 200).arg(s % 200 + 1)));
         supply->setPortCount(2);
         const quint64 supplyUid = supply->uid();
         DataSupply *raw = supply.get();

@@ -34,9 +34,9 @@ std::optional<LedProfileMode> readMode(const QXmlStreamReader &xml, int profileI
     LedProfileMode mode;
     mode.profileId = profileId;
     mode.chemistry = attributes.value(QStringLiteral("chemistry")).toString();
-    if (!input || !channels || *channels < 1 || *channels > LedProfileRegistry::kMaxChannels
-        || !LedProfileRegistry::isKnownChemistry(mode.chemistry) || !gammaOk || gamma <= 0.0
-        || gamma > 10.0)
+    if (!input || !channels || *channels < 1 || *channels > LedProfileRegistry::kMaxChannels ||
+        !LedProfileRegistry::isKnownChemistry(mode.chemistry) || !gammaOk || gamma <= 0.0 ||
+        gamma > 10.0)
         return std::nullopt;
     mode.inputMode = *input;
     mode.channels = *channels;
@@ -112,13 +112,14 @@ void LedProfileRegistry::load(const QString &path)
                 qCWarning(lcColour) << "LED profile without a valid, unique id at line"
                                     << xml.lineNumber() << "skipped";
             else
-                m_names.insert(profileId, xml.attributes().value(QStringLiteral("name")).toString());
+                m_names.insert(profileId,
+                               xml.attributes().value(QStringLiteral("name")).toString());
         } else if (xml.name() == QLatin1String("mode") && profileId >= 0) {
             const std::optional<LedProfileMode> mode = readMode(xml, profileId);
             const auto key = mode ? qMakePair(mode->profileId, mode->inputMode) : qMakePair(0, 0);
             if (!mode || m_modes.contains(key))
-                qCWarning(lcColour) << "invalid LED profile mode at line" << xml.lineNumber()
-                                    << "skipped";
+                qCWarning(lcColour)
+                    << "invalid LED profile mode at line" << xml.lineNumber() << "skipped";
             else
                 m_modes.insert(key, *mode);
         }

@@ -180,14 +180,16 @@ QVariant GroupTreeModel::memberData(quint64 lightUid, int column, int role) cons
         if (column == NameColumn)
             return light->name();
         if (column == DmxAddressColumn)
-            return LightTreeModel::dmxAddressText(light->deviceProperty(QStringLiteral("DMX_OFFSET")));
+            return LightTreeModel::dmxAddressText(
+                light->deviceProperty(QStringLiteral("DMX_OFFSET")));
         return {};
     case Qt::DecorationRole:
         return column == NameColumn ? QVariant(lightIcon()) : QVariant();
     case Qt::ToolTipRole: {
         const QString serial = LightTreeModel::serialText(light->serialNumber());
-        return serial.isEmpty() ? light->name()
-                                : QStringLiteral("%1\nSerial number: %2").arg(light->name(), serial);
+        return serial.isEmpty()
+                   ? light->name()
+                   : QStringLiteral("%1\nSerial number: %2").arg(light->name(), serial);
     }
     case Qt::TextAlignmentRole:
         if (column == DmxAddressColumn)
@@ -201,8 +203,8 @@ QVariant GroupTreeModel::memberData(quint64 lightUid, int column, int role) cons
 bool GroupTreeModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
     const QString name = value.toString().trimmed();
-    if (role != Qt::EditRole || rowKind(index) != RowKind::Group || index.column() != NameColumn
-        || name.isEmpty() || name == Group::selectionGroupName())
+    if (role != Qt::EditRole || rowKind(index) != RowKind::Group || index.column() != NameColumn ||
+        name.isEmpty() || name == Group::selectionGroupName())
         return false;
     Group *group = m_model.group(uidAt(index));
     if (!group || group->name() == name)
@@ -295,7 +297,8 @@ void GroupTreeModel::handleUpdatedLightProperty(quint64 lightUid)
             continue;
         for (int row = 0; row < node->members.size(); ++row) {
             if (node->members.at(row) == lightUid)
-                emit dataChanged(createIndex(row, 0, node), createIndex(row, ColumnCount - 1, node));
+                emit dataChanged(createIndex(row, 0, node),
+                                 createIndex(row, ColumnCount - 1, node));
         }
     }
 }
@@ -340,8 +343,8 @@ void GroupTreeModel::syncMembers(GroupNode *node, const QList<quint64> &members)
     while (prefix < old.size() && prefix < members.size() && old.at(prefix) == members.at(prefix))
         ++prefix;
     int suffix = 0;
-    while (suffix < old.size() - prefix && suffix < members.size() - prefix
-           && old.at(old.size() - 1 - suffix) == members.at(members.size() - 1 - suffix))
+    while (suffix < old.size() - prefix && suffix < members.size() - prefix &&
+           old.at(old.size() - 1 - suffix) == members.at(members.size() - 1 - suffix))
         ++suffix;
     const int removed = old.size() - prefix - suffix;
     const int inserted = members.size() - prefix - suffix;

@@ -41,8 +41,8 @@ GroupView::GroupView(MapModel &model, QWidget *parent)
     header()->setSectionResizeMode(GroupTreeModel::NameColumn, QHeaderView::Stretch);
     const QFontMetrics metrics = header()->fontMetrics();
     header()->resizeSection(GroupTreeModel::DmxAddressColumn,
-                            metrics.horizontalAdvance(QStringLiteral("000"))
-                                + 4 * metrics.averageCharWidth());
+                            metrics.horizontalAdvance(QStringLiteral("000")) +
+                                4 * metrics.averageCharWidth());
 
     connect(m_model, &GroupTreeModel::setDirty, this, &GroupView::setDirty);
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,

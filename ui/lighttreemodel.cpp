@@ -107,18 +107,15 @@ LightTreeModel::RowKind LightTreeModel::rowKind(const QModelIndex &index) const
         return RowKind::None;
     if (index.internalPointer())
         return RowKind::Light;
-    return m_supplies[static_cast<size_t>(index.row())].get() == m_unassigned
-               ? RowKind::Unassigned
-               : RowKind::DataSupply;
+    return m_supplies[static_cast<size_t>(index.row())].get() == m_unassigned ? RowKind::Unassigned
+                                                                              : RowKind::DataSupply;
 }
 
 quint64 LightTreeModel::uidAt(const QModelIndex &index) const
 {
     switch (rowKind(index)) {
     case RowKind::Light:
-        return static_cast<const SupplyNode *>(index.internalPointer())
-            ->lights.at(index.row())
-            .uid;
+        return static_cast<const SupplyNode *>(index.internalPointer())->lights.at(index.row()).uid;
     case RowKind::DataSupply:
         return m_supplies[static_cast<size_t>(index.row())]->uid;
     case RowKind::Unassigned:
@@ -179,7 +176,7 @@ QVariant LightTreeModel::supplyData(const SupplyNode &node, int column, int role
     case Qt::DisplayRole:
         if (column == NameColumn)
             return supply->hasAddress() ? QStringLiteral("%1 (%2)").arg(
-                       supply->name(), supply->ipAddress().toString())
+                                              supply->name(), supply->ipAddress().toString())
                                         : supply->name();
         if (column == SerialColumn)
             return serialText(supply->serialNumber());
@@ -190,8 +187,9 @@ QVariant LightTreeModel::supplyData(const SupplyNode &node, int column, int role
         return column == NameColumn ? QVariant(supplyIcon()) : QVariant();
     case Qt::ToolTipRole: {
         QStringList lines{supplyTypeText(supply->type())};
-        lines << (supply->hasAddress() ? QStringLiteral("IP address: ") + supply->ipAddress().toString()
-                                       : QStringLiteral("No IP address"));
+        lines << (supply->hasAddress()
+                      ? QStringLiteral("IP address: ") + supply->ipAddress().toString()
+                      : QStringLiteral("No IP address"));
         lines << QStringLiteral("MAC address: ") + supply->macAddress();
         lines << QStringLiteral("Ports: %1").arg(supply->portCount());
         if (!supply->versionString().isEmpty())
@@ -402,7 +400,8 @@ void LightTreeModel::handleUpdatedLight(quint64 uid)
     SupplyNode *target = nodeFor(light->dataSupply());
     if (target == it->node && key == it->key) {
         const int row = rowOf(*it);
-        emit dataChanged(createIndex(row, 0, it->node), createIndex(row, ColumnCount - 1, it->node));
+        emit dataChanged(createIndex(row, 0, it->node),
+                         createIndex(row, ColumnCount - 1, it->node));
         return;
     }
     moveLight(uid, target, key);
@@ -504,8 +503,8 @@ void LightTreeModel::moveLight(quint64 uid, SupplyNode *target, const LightKey &
     SupplyNode *source = place.node;
     const int from = rowOf(place);
     QVector<LightKey> &targetLights = target->lights;
-    int to = static_cast<int>(std::lower_bound(targetLights.cbegin(), targetLights.cend(), key)
-                              - targetLights.cbegin());
+    int to = static_cast<int>(std::lower_bound(targetLights.cbegin(), targetLights.cend(), key) -
+                              targetLights.cbegin());
     int destination = to;
     if (source == target) {
         // Row numbers of beginMoveRows count the moving row; the vector position does not.

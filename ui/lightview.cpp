@@ -42,8 +42,8 @@ LightView::LightView(MapModel &model, QWidget *parent)
     header()->setSectionResizeMode(LightTreeModel::NameColumn, QHeaderView::Stretch);
     const QFontMetrics metrics = header()->fontMetrics();
     auto fit = [&metrics](const QString &header, const QString &widest) {
-        return std::max(metrics.horizontalAdvance(header), metrics.horizontalAdvance(widest))
-               + 2 * metrics.averageCharWidth();
+        return std::max(metrics.horizontalAdvance(header), metrics.horizontalAdvance(widest)) +
+               2 * metrics.averageCharWidth();
     };
     header()->resizeSection(LightTreeModel::SerialColumn,
                             fit(QStringLiteral("Serial"), QStringLiteral("00000000")));
@@ -86,8 +86,8 @@ void LightView::selectDataSupply(quint64 uid)
     const QModelIndex index = m_model->indexForDataSupply(uid);
     if (!index.isValid())
         return;
-    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect
-                                                 | QItemSelectionModel::Rows);
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                 QItemSelectionModel::Rows);
     scrollTo(index);
 }
 
@@ -111,7 +111,7 @@ void LightView::handleRowsInserted(const QModelIndex &parent, int first, int las
 {
     // Open a supply when it receives its first lights, unless the map is so large that a
     // wall of rows would hide the other supplies.
-    if (parent.isValid() && m_model->rowCount(parent) == last - first + 1
-        && m_model->lightRowCount() <= kAutoExpandLightCount)
+    if (parent.isValid() && m_model->rowCount(parent) == last - first + 1 &&
+        m_model->lightRowCount() <= kAutoExpandLightCount)
         expand(parent);
 }

@@ -5,23 +5,21 @@
 #include <QFileDialog>
 #include <QInputDialog>
 
-QString WidgetUserPrompts::openFileName(QWidget *parent, const QString &caption,
-                                        const QString &dir, const QString &filter)
+QString WidgetUserPrompts::openFileName(QWidget *parent, const QString &caption, const QString &dir,
+                                        const QString &filter)
 {
     return QFileDialog::getOpenFileName(parent, caption, dir, filter);
 }
 
-QString WidgetUserPrompts::saveFileName(QWidget *parent, const QString &caption,
-                                        const QString &dir, const QString &filter)
+QString WidgetUserPrompts::saveFileName(QWidget *parent, const QString &caption, const QString &dir,
+                                        const QString &filter)
 {
     return QFileDialog::getSaveFileName(parent, caption, dir, filter);
 }
 
-std::unique_ptr<QMessageBox> WidgetUserPrompts::buildMessageBox(QWidget *parent,
-                                                                QMessageBox::Icon icon,
-                                                                const QString &title,
-                                                                const QString &text,
-                                                                QMessageBox::StandardButtons buttons)
+std::unique_ptr<QMessageBox>
+WidgetUserPrompts::buildMessageBox(QWidget *parent, QMessageBox::Icon icon, const QString &title,
+                                   const QString &text, QMessageBox::StandardButtons buttons)
 {
     auto box = std::make_unique<QMessageBox>(icon, title, text, buttons, parent);
     // Escape must mean "leave everything as it was" whenever the box offers that.
@@ -39,8 +37,7 @@ QMessageBox::StandardButton WidgetUserPrompts::message(QWidget *parent, QMessage
 }
 
 std::optional<QString> WidgetUserPrompts::chooseItem(QWidget *parent, const QString &title,
-                                                     const QString &label,
-                                                     const QStringList &items)
+                                                     const QString &label, const QStringList &items)
 {
     bool ok = false;
     const QString item = QInputDialog::getItem(parent, title, label, items, 0, false, &ok);

@@ -12,10 +12,10 @@ class ScriptedPrompts final : public UserPrompts
 public:
     struct Asked
     {
-        QString kind; // "open", "save", "message", "item", "int", "about"
+        QString kind;  // "open", "save", "message", "item", "int", "about"
         QString title; // caption or title
-        QString text; // message text, label, filter or version text
-        QString dir; // starting directory of file dialogs
+        QString text;  // message text, label, filter or version text
+        QString dir;   // starting directory of file dialogs
         QMessageBox::Icon icon = QMessageBox::NoIcon;
     };
 

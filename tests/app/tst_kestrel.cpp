@@ -3,6 +3,7 @@
 #include "app/testsettings.h"
 #include "model/datasupply.h"
 #include "model/mapmodel.h"
+#include "ui/aboutdialog.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -311,11 +312,16 @@ void tst_Kestrel::saveAppendsTheMapSuffix_data()
 {
     QTest::addColumn<QString>("chosen");
     QTest::addColumn<QString>("written");
-    QTest::newRow("no suffix") << "plan" << "plan.map";
-    QTest::newRow("upper-case suffix") << "plan.MAP" << "plan.MAP.map";
-    QTest::newRow("mixed-case suffix") << "plan.Map" << "plan.Map.map";
-    QTest::newRow("suffix present") << "plan.map" << "plan.map";
-    QTest::newRow("other suffix") << "plan.xml" << "plan.xml.map";
+    QTest::newRow("no suffix") << "plan"
+                               << "plan.map";
+    QTest::newRow("upper-case suffix") << "plan.MAP"
+                                       << "plan.MAP.map";
+    QTest::newRow("mixed-case suffix") << "plan.Map"
+                                       << "plan.Map.map";
+    QTest::newRow("suffix present") << "plan.map"
+                                    << "plan.map";
+    QTest::newRow("other suffix") << "plan.xml"
+                                  << "plan.xml.map";
 }
 
 void tst_Kestrel::saveAppendsTheMapSuffix()
@@ -454,7 +460,8 @@ void tst_Kestrel::addInterfaceCreatesANewSupply()
     QCOMPARE(m_window->model().dataSupplyCount(), 0);
     QVERIFY(!m_window->isDirty());
     QCOMPARE(m_prompts->asked.at(0).title, QStringLiteral("Interface Type"));
-    QCOMPARE(m_prompts->asked.at(0).text, QStringLiteral("Please choose what type of Interface to add."));
+    QCOMPARE(m_prompts->asked.at(0).text,
+             QStringLiteral("Please choose what type of Interface to add."));
 
     m_prompts->itemAnswers.enqueue(QStringLiteral("Vistra Interface"));
     m_window->ui().addInterfaceAction->trigger();
@@ -480,10 +487,10 @@ void tst_Kestrel::backgroundImageMakesTheMapDirty()
 void tst_Kestrel::unfinishedFeaturesSaySo_data()
 {
     QTest::addColumn<QString>("action");
-    for (const char *name :
-         {"printAction", "editPreferencesAction", "discoverInterfacesAction", "discoverLightsAction",
-          "syncInterfacesAction", "addStringAction", "addLightsAction", "addGroupAction",
-          "zoomInAction", "zoomOutAction", "autoZoomAction", "selectAllLightsAction"})
+    for (const char *name : {"printAction", "editPreferencesAction", "discoverInterfacesAction",
+                             "discoverLightsAction", "syncInterfacesAction", "addStringAction",
+                             "addLightsAction", "addGroupAction", "zoomInAction", "zoomOutAction",
+                             "autoZoomAction", "selectAllLightsAction"})
         QTest::newRow(name) << name;
 }
 
@@ -495,7 +502,8 @@ void tst_Kestrel::unfinishedFeaturesSaySo()
     QVERIFY(found->isEnabled());
     QVERIFY(!found->associatedWidgets().isEmpty()); // placed in a menu or toolbar
     found->trigger();
-    QVERIFY(m_window->statusBar()->currentMessage().endsWith(QLatin1String("is not available yet.")));
+    QVERIFY(
+        m_window->statusBar()->currentMessage().endsWith(QLatin1String("is not available yet.")));
 }
 
 void tst_Kestrel::aboutShowsTheVersion()
@@ -506,6 +514,11 @@ void tst_Kestrel::aboutShowsTheVersion()
     const QRegularExpression version(QStringLiteral("^Version: \\d+\\.\\d+\\.\\d+ \\S+-\\S+$"));
     QVERIFY2(version.match(m_prompts->asked.at(0).text).hasMatch(),
              qPrintable(m_prompts->asked.at(0).text));
+    const AboutDialog about(m_prompts->asked.at(0).text);
+    const QLabel *label = about.findChild<QLabel *>(QStringLiteral("m_versionLabel"));
+    QVERIFY(label);
+    QCOMPARE(label->text(), m_prompts->asked.at(0).text);
+    QCOMPARE(label->font().family(), QStringLiteral("Verdana"));
 }
 
 QTEST_MAIN(tst_Kestrel)

@@ -73,8 +73,10 @@ void tst_RecentMaps::savedListComesBackInOrder()
     {
         QSettings settings;
         recent.save(settings);
-        QCOMPARE(settings.value(QStringLiteral("/recentmap0")).toString(), QStringLiteral("/maps/new.map"));
-        QCOMPARE(settings.value(QStringLiteral("/recentmap1")).toString(), QStringLiteral("/maps/old.map"));
+        QCOMPARE(settings.value(QStringLiteral("/recentmap0")).toString(),
+                 QStringLiteral("/maps/new.map"));
+        QCOMPARE(settings.value(QStringLiteral("/recentmap1")).toString(),
+                 QStringLiteral("/maps/old.map"));
     }
     RecentMaps loaded;
     loaded.load(QSettings());

@@ -57,24 +57,30 @@ void tst_LedProfileRegistry::missingDatabaseIsReported()
 void tst_LedProfileRegistry::badEntriesAreSkipped_data()
 {
     QTest::addColumn<QByteArray>("mode");
-    QTest::newRow("unknown chemistry") << QByteArray(R"(<mode input="1" chemistry="RGBX" channels="3" gamma="2"/>)");
-    QTest::newRow("no channels") << QByteArray(R"(<mode input="1" chemistry="RGB" channels="0" gamma="2"/>)");
-    QTest::newRow("too many channels") << QByteArray(R"(<mode input="1" chemistry="RGB" channels="17" gamma="2"/>)");
-    QTest::newRow("input not a number") << QByteArray(R"(<mode input="x" chemistry="RGB" channels="3" gamma="2"/>)");
-    QTest::newRow("gamma missing") << QByteArray(R"(<mode input="1" chemistry="RGB" channels="3"/>)");
-    QTest::newRow("duplicate input") << QByteArray(R"(<mode input="0" chemistry="RGBW" channels="4" gamma="2"/>)");
+    QTest::newRow("unknown chemistry")
+        << QByteArray(R"(<mode input="1" chemistry="RGBX" channels="3" gamma="2"/>)");
+    QTest::newRow("no channels") << QByteArray(
+        R"(<mode input="1" chemistry="RGB" channels="0" gamma="2"/>)");
+    QTest::newRow("too many channels")
+        << QByteArray(R"(<mode input="1" chemistry="RGB" channels="17" gamma="2"/>)");
+    QTest::newRow("input not a number")
+        << QByteArray(R"(<mode input="x" chemistry="RGB" channels="3" gamma="2"/>)");
+    QTest::newRow("gamma missing")
+        << QByteArray(R"(<mode input="1" chemistry="RGB" channels="3"/>)");
+    QTest::newRow("duplicate input")
+        << QByteArray(R"(<mode input="0" chemistry="RGBW" channels="4" gamma="2"/>)");
 }
 
 void tst_LedProfileRegistry::badEntriesAreSkipped()
 {
     QFETCH(QByteArray, mode);
     const QString path = write(R"(<profiles><profile id="7" name="Test">)"
-                               R"(<mode input="0" chemistry="RGB" channels="3" gamma="2.2"/>)"
-                               + mode
-                               + R"(</profile><profile id="7" name="Again"/>)"
-                                 R"(<profile id="8" name="Other">)"
-                                 R"(<mode input="0" chemistry="WW" channels="1" gamma="2"/>)"
-                                 R"(</profile></profiles>)");
+                               R"(<mode input="0" chemistry="RGB" channels="3" gamma="2.2"/>)" +
+                               mode +
+                               R"(</profile><profile id="7" name="Again"/>)"
+                               R"(<profile id="8" name="Other">)"
+                               R"(<mode input="0" chemistry="WW" channels="1" gamma="2"/>)"
+                               R"(</profile></profiles>)");
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("skipped")));
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("skipped")));
     const LedProfileRegistry registry(path);

@@ -35,11 +35,10 @@ void tst_AnimationTemplate::onePixelPerGridCell_data()
     QTest::addColumn<QList<QPoint>>("white");
     QTest::newRow("row of three") << QList<QPointF>{{48, 48}, {72, 48}, {96, 48}} << 24
                                   << QSize(3, 1) << QList<QPoint>{{0, 0}, {1, 0}, {2, 0}};
-    QTest::newRow("coarser grid merges cells")
-        << QList<QPointF>{{0, 0}, {12, 0}, {48, 24}} << 24 << QSize(3, 2)
-        << QList<QPoint>{{0, 0}, {2, 1}};
-    QTest::newRow("negative positions") << QList<QPointF>{{-30, -30}, {30, 30}} << 10
-                                        << QSize(7, 7) << QList<QPoint>{{0, 0}, {6, 6}};
+    QTest::newRow("coarser grid merges cells") << QList<QPointF>{{0, 0}, {12, 0}, {48, 24}} << 24
+                                               << QSize(3, 2) << QList<QPoint>{{0, 0}, {2, 1}};
+    QTest::newRow("negative positions") << QList<QPointF>{{-30, -30}, {30, 30}} << 10 << QSize(7, 7)
+                                        << QList<QPoint>{{0, 0}, {6, 6}};
     QTest::newRow("single light") << QList<QPointF>{{500, 500}} << 12 << QSize(1, 1)
                                   << QList<QPoint>{{0, 0}};
 }

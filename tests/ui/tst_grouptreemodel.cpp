@@ -96,10 +96,10 @@ void tst_GroupTreeModel::membershipChangesTouchOnlyTheirRows_data()
     QTest::addColumn<QPoint>("inserted");
     QTest::newRow("append") << QList<int>{0, 1} << QList<int>{0, 1, 2} << QPoint(-1, -1)
                             << QPoint(2, 2);
-    QTest::newRow("remove middle") << QList<int>{0, 1, 2} << QList<int>{0, 2} << QPoint(1, 1)
-                                   << QPoint(-1, -1);
-    QTest::newRow("replace middle") << QList<int>{0, 1, 2, 3} << QList<int>{0, 4, 3}
-                                    << QPoint(1, 2) << QPoint(1, 1);
+    QTest::newRow("remove middle")
+        << QList<int>{0, 1, 2} << QList<int>{0, 2} << QPoint(1, 1) << QPoint(-1, -1);
+    QTest::newRow("replace middle")
+        << QList<int>{0, 1, 2, 3} << QList<int>{0, 4, 3} << QPoint(1, 2) << QPoint(1, 1);
     QTest::newRow("prepend two") << QList<int>{2} << QList<int>{0, 1, 2} << QPoint(-1, -1)
                                  << QPoint(0, 1);
 }
@@ -172,7 +172,8 @@ void tst_GroupTreeModel::missingMembersAreShownAsMissing()
     MapModel model;
     GroupTreeModel tree(model);
     addGroup(model, QStringLiteral("Old"), {0xABC});
-    QCOMPARE(tree.index(0, 0, tree.index(0, 0)).data().toString(), QStringLiteral("Missing light ABC"));
+    QCOMPARE(tree.index(0, 0, tree.index(0, 0)).data().toString(),
+             QStringLiteral("Missing light ABC"));
 }
 
 void tst_GroupTreeModel::deletedGroupRemovesItsRow()
@@ -212,7 +213,8 @@ void tst_GroupTreeModel::viewReportsSelectedGroupsAndLights()
     const quint64 one = addGroup(model, QStringLiteral("One"), {a, b});
     addGroup(model, QStringLiteral("Two"), {b});
     auto select = [&](const QModelIndex &index) {
-        view.selectionModel()->select(index, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        view.selectionModel()->select(index,
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
     };
     select(tree.index(0, 0, tree.index(1, 0))); // b in Two
     select(tree.index(1, 0, tree.index(0, 0))); // b in One

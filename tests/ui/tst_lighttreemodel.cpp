@@ -83,18 +83,27 @@ void tst_LightTreeModel::showsTheExampleInstallation()
     const QModelIndex north = tree.index(0, 0);
     QCOMPARE(north.data().toString(), QStringLiteral("Arcade North PDS (10.32.1.11)"));
     QCOMPARE(north.data(Qt::EditRole).toString(), QStringLiteral("Arcade North PDS"));
-    QCOMPARE(tree.index(0, LightTreeModel::SerialColumn).data().toString(), QStringLiteral("01A20011"));
-    QVERIFY(tree.index(0, 0).data(Qt::ToolTipRole).toString().startsWith(QLatin1String("Vistra Interface")));
+    QCOMPARE(tree.index(0, LightTreeModel::SerialColumn).data().toString(),
+             QStringLiteral("01A20011"));
+    QVERIFY(tree.index(0, 0)
+                .data(Qt::ToolTipRole)
+                .toString()
+                .startsWith(QLatin1String("Vistra Interface")));
     const int lights = tree.rowCount(north);
     QCOMPARE(lights, 80);
     // Port by port, along the chain.
     const QModelIndex first = tree.index(0, 0, north);
     QCOMPARE(first.data().toString(), QStringLiteral("North P1-01"));
-    QCOMPARE(tree.index(0, LightTreeModel::SerialColumn, north).data().toString(), QStringLiteral("10110000"));
-    QCOMPARE(tree.index(0, LightTreeModel::PortColumn, north).data().toString(), QStringLiteral("1"));
-    QCOMPARE(tree.index(0, LightTreeModel::DmxAddressColumn, north).data().toString(), QStringLiteral("1"));
-    QCOMPARE(tree.index(1, LightTreeModel::DmxAddressColumn, north).data().toString(), QStringLiteral("4"));
-    QCOMPARE(tree.index(lights - 1, LightTreeModel::PortColumn, north).data().toString(), QStringLiteral("2"));
+    QCOMPARE(tree.index(0, LightTreeModel::SerialColumn, north).data().toString(),
+             QStringLiteral("10110000"));
+    QCOMPARE(tree.index(0, LightTreeModel::PortColumn, north).data().toString(),
+             QStringLiteral("1"));
+    QCOMPARE(tree.index(0, LightTreeModel::DmxAddressColumn, north).data().toString(),
+             QStringLiteral("1"));
+    QCOMPARE(tree.index(1, LightTreeModel::DmxAddressColumn, north).data().toString(),
+             QStringLiteral("4"));
+    QCOMPARE(tree.index(lights - 1, LightTreeModel::PortColumn, north).data().toString(),
+             QStringLiteral("2"));
     QCOMPARE(tree.rowKind(first), LightTreeModel::RowKind::Light);
     QCOMPARE(tree.indexForLight(tree.uidAt(first)), first);
 }
@@ -265,17 +274,28 @@ void tst_LightTreeModel::dmxAddressText_data()
 {
     QTest::addColumn<QString>("offset");
     QTest::addColumn<QString>("address");
-    QTest::newRow("first channel") << "0" << "1";
-    QTest::newRow("decimal") << "96" << "97";
-    QTest::newRow("last channel") << "511" << "512";
-    QTest::newRow("hex") << "0x1FF" << "512";
-    QTest::newRow("upper-case hex prefix") << "0X0a" << "11";
-    QTest::newRow("blanks around") << " 7 " << "8";
-    QTest::newRow("beyond the universe") << "512" << "";
-    QTest::newRow("negative") << "-1" << "";
-    QTest::newRow("not a number") << "abc" << "";
-    QTest::newRow("bare prefix") << "0x" << "";
-    QTest::newRow("unknown") << "" << "";
+    QTest::newRow("first channel") << "0"
+                                   << "1";
+    QTest::newRow("decimal") << "96"
+                             << "97";
+    QTest::newRow("last channel") << "511"
+                                  << "512";
+    QTest::newRow("hex") << "0x1FF"
+                         << "512";
+    QTest::newRow("upper-case hex prefix") << "0X0a"
+                                           << "11";
+    QTest::newRow("blanks around") << " 7 "
+                                   << "8";
+    QTest::newRow("beyond the universe") << "512"
+                                         << "";
+    QTest::newRow("negative") << "-1"
+                              << "";
+    QTest::newRow("not a number") << "abc"
+                                  << "";
+    QTest::newRow("bare prefix") << "0x"
+                                 << "";
+    QTest::newRow("unknown") << ""
+                             << "";
 }
 
 void tst_LightTreeModel::dmxAddressText()

@@ -19,8 +19,8 @@ QSize parseSize(const QString &text)
         return {};
     bool okWidth = false, okHeight = false;
     const QSize size(parts.at(0).toInt(&okWidth), parts.at(1).toInt(&okHeight));
-    return okWidth && okHeight && size.width() > 0 && size.height() > 0 && size.width() <= 4096
-                   && size.height() <= 4096
+    return okWidth && okHeight && size.width() > 0 && size.height() > 0 && size.width() <= 4096 &&
+                   size.height() <= 4096
                ? size
                : QSize();
 }
