@@ -226,6 +226,12 @@ bool Kestrel::loadMap(const QString &path)
     if (loaded) {
         m_currentMapPath = absolutePath;
         addRecentMap(absolutePath);
+        emit statusMsg(QStringLiteral("Opened %1: %2 interfaces, %3 lights, %4 groups.")
+                           .arg(QFileInfo(absolutePath).fileName())
+                           .arg(m_model->dataSupplyCount())
+                           .arg(m_model->lightCount())
+                           .arg(m_model->groupCount()),
+                       0);
         checkCanvasSize();
     } else {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Load Error"),
@@ -289,6 +295,7 @@ bool Kestrel::saveMap(bool askForPath)
     addRecentMap(m_currentMapPath);
     m_dirty = false;
     updateTitle();
+    emit statusMsg(QStringLiteral("Saved ") + m_currentMapPath, kStatusTimeoutMs);
     return true;
 }
 

@@ -15,9 +15,9 @@ struct WindowState
 {
     bool maximized = false;
     std::optional<QPoint> position;
-    QSize size; // invalid when none was saved
+    QSize size;                // invalid when none was saved
     QList<int> splitterWidths; // empty unless every pane has a saved width
-    QList<int> columnWidths; // one per column, 0 where none was saved
+    QList<int> columnWidths;   // one per column, 0 where none was saved
 
     static WindowState load(const QSettings &settings, int panes, int columns);
     void save(QSettings &settings) const;

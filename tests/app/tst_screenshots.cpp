@@ -77,7 +77,6 @@ void tst_Screenshots::mainWindow()
     const QModelIndex supply = lights->lightModel()->index(0, 0);
     lights->selectionModel()->select(lights->lightModel()->index(2, 0, supply),
                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
-    window->statusBar()->showMessage(QStringLiteral("Map has 206 children."));
     QCoreApplication::processEvents();
     save(window->grab().toImage(), QStringLiteral("main-window.png"));
 }
