@@ -35,6 +35,7 @@ private slots:
     void failedOpenRemovesTheRecentEntry();
     void recentMapsMenuOpensTheChosenMap();
     void recentMapsSurviveARestart();
+    void recentMapsFollowTheirSettings();
     void editThenSaveThenReopen();
     void cancelInTheQuestionLeavesEverything_data();
     void cancelInTheQuestionLeavesEverything();
@@ -204,6 +205,19 @@ void tst_Kestrel::recentMapsSurviveARestart()
     makeWindow();
     QCOMPARE(m_window->recentMaps(), (QStringList{b, a}));
     QCOMPARE(m_window->ui().m_recentMapsActionGroup->actions().size(), 2);
+}
+
+void tst_Kestrel::recentMapsFollowTheirSettings()
+{
+    QSettings().setValue(QStringLiteral("/num_recent_maps"), 2);
+    QSettings().setValue(QStringLiteral("/recent_maps_enabled"), false);
+    makeWindow();
+    for (const char *name : {"a.map", "b.map", "c.map"})
+        QVERIFY(m_window->openMap(copyOfExample(QLatin1String(name))));
+    QCOMPARE(m_window->recentMaps().size(), 2);
+    QVERIFY(!m_window->ui().m_recentMapsMenu->menuAction()->isVisible());
+    QVERIFY(m_window->ui().m_fileMenu->actions().contains(
+        m_window->ui().m_recentMapsMenu->menuAction()));
 }
 
 void tst_Kestrel::editThenSaveThenReopen()
