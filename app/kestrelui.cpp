@@ -17,7 +17,7 @@
 
 namespace {
 
-struct ActionSpec
+struct ActionDefinition
 {
     QAction *KestrelUi::*member;
     const char *objectName;
@@ -29,7 +29,7 @@ struct ActionSpec
 };
 
 // clang-format off
-const ActionSpec kActions[] = {
+const ActionDefinition kActions[] = {
     {&KestrelUi::newMapAction, "newMapAction", "&New Map", "New Map", "Ctrl+N", "new_map.png", false},
     {&KestrelUi::openMapAction, "openMapAction", "&Open Map", "Open Map", "Ctrl+O", "open_map.png", false},
     {&KestrelUi::saveMapAction, "saveMapAction", "&Save Map", "Save Map", "Ctrl+S", "save_map.png", false},
@@ -99,17 +99,17 @@ void KestrelUi::setupUi(QMainWindow *window)
 
 void KestrelUi::createActions(QMainWindow *window)
 {
-    for (const ActionSpec &spec : kActions) {
-        auto *action = new QAction(QString::fromLatin1(spec.text), window);
-        action->setObjectName(QLatin1String(spec.objectName));
-        if (spec.toolTip)
-            action->setToolTip(QString::fromLatin1(spec.toolTip));
-        if (spec.shortcut)
-            action->setShortcut(QKeySequence(QString::fromLatin1(spec.shortcut)));
-        if (spec.icon)
-            action->setIcon(resourceIcon(spec.icon));
-        action->setCheckable(spec.checkable);
-        this->*spec.member = action;
+    for (const ActionDefinition &definition : kActions) {
+        auto *action = new QAction(QString::fromLatin1(definition.text), window);
+        action->setObjectName(QLatin1String(definition.objectName));
+        if (definition.toolTip)
+            action->setToolTip(QString::fromLatin1(definition.toolTip));
+        if (definition.shortcut)
+            action->setShortcut(QKeySequence(QString::fromLatin1(definition.shortcut)));
+        if (definition.icon)
+            action->setIcon(resourceIcon(definition.icon));
+        action->setCheckable(definition.checkable);
+        this->*definition.member = action;
     }
     // Live play shows its state in its picture.
     QIcon livePlay;
