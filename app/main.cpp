@@ -1,42 +1,56 @@
-#include "model/mapmodel.h"
-#include "ui/modelprogressdialog.h"
+#include "app/kestrel.h"
+#include "app/splashscreen.h"
+#include "colour/ledprofileregistry.h"
+#include "ui/uiresources.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QFileInfo>
-#include <QLabel>
-#include <QMainWindow>
-#include <QStatusBar>
+#include <QIcon>
+#include <QTimer>
+
+namespace {
+
+// The compiled resource bundles of the core: property maps, then device definitions, then
+// colour and profile data.
+void registerResourceBundles()
+{
+    LedProfileRegistry::registerResources();
+}
+
+} // namespace
 
 int main(int argc, char *argv[])
 {
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Taviren"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("taviren.example"));
     QCoreApplication::setApplicationName(QStringLiteral("Orrery"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Commissioning tool for networked LED lighting."));
+    parser.setApplicationDescription(
+        QStringLiteral("Commissioning tool for networked LED lighting."));
     parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("map"), QStringLiteral("Map file to open."));
+    parser.addPositionalArgument(QStringLiteral("map"), QStringLiteral("Map file to open."),
+                                 QStringLiteral("[map]"));
     parser.process(app);
 
-    QMainWindow window;
-    MapModel model;
-    ModelProgressDialog progress(model, &window);
-    QObject::connect(&model, &MapModel::msg, window.statusBar(),
-                     [&window](const QString &text) { window.statusBar()->showMessage(text, 5000); });
+    LedProfileRegistry::instance();
 
-    QString title = QStringLiteral("Orrery");
-    if (!parser.positionalArguments().isEmpty()) {
-        const QString path = parser.positionalArguments().constFirst();
-        if (model.loadFromFile(path))
-            title += QLatin1Char(' ') + QFileInfo(path).fileName();
-    }
-    window.setWindowTitle(title);
-    auto *count = new QLabel(QStringLiteral(" Node Count : %1").arg(model.lightCount()));
-    window.statusBar()->addPermanentWidget(count);
-    window.resize(1024, 700);
+    initUiResources();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/icons/orrery.png")));
+    SplashScreen splash;
+    splash.show();
+    QTimer::singleShot(SplashScreen::kShowTimeMs, &splash, &SplashScreen::killSplash);
+    QCoreApplication::processEvents();
+
+    registerResourceBundles();
+
+    Kestrel window;
     window.show();
+    if (!parser.positionalArguments().isEmpty())
+        window.openMap(parser.positionalArguments().constFirst());
+
+    QObject::connect(&app, &QApplication::lastWindowClosed, &app, &QApplication::quit);
     return app.exec();
 }

@@ -76,6 +76,11 @@ public:
     QRect canvasRect() const { return m_canvasRect; }
     void setCanvasRect(const QRect &rect) { m_canvasRect = rect; }
 
+    // Live play: while off, the supplies' frames are not sent to the installation, so the
+    // user can edit the map without the lights following every selection.
+    bool livePlay() const { return m_livePlay; }
+    void setLivePlay(bool on) { m_livePlay = on; }
+
     // Adds the map file's contents to the model (callers clear it first when replacing).
     bool loadFromFile(const QString &path);
     bool loadFromDevice(QIODevice &device);
@@ -124,5 +129,6 @@ private:
     QMultiHash<quint64, quint64> m_groupsOfLight;
     QString m_imageFile;
     QRect m_canvasRect;
+    bool m_livePlay = true;
     std::shared_ptr<const MapPropertyFormat> m_propertyFormat;
 };

@@ -1,0 +1,575 @@
+#include "app/kestrel.h"
+
+#include "app/aboutversion.h"
+#include "app/windowstate.h"
+#include "model/datasupply.h"
+#include "model/mapmodel.h"
+#include "ui/animationtemplate.h"
+#include "ui/grouptreemodel.h"
+#include "ui/groupview.h"
+#include "ui/lighttreemodel.h"
+#include "ui/lightview.h"
+#include "ui/modelprogressdialog.h"
+#include "ui/uiresources.h"
+#include "ui/widgetuserprompts.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QCloseEvent>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QLayout>
+#include <QMenu>
+#include <QScopeGuard>
+#include <QScreen>
+#include <QSettings>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolButton>
+
+namespace {
+
+constexpr int kStatusTimeoutMs = 5000;
+const QString kMapSuffix = QStringLiteral(".map");
+
+} // namespace
+
+Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
+    : QMainWindow(parent),
+      m_prompts(prompts ? std::move(prompts) : std::make_unique<WidgetUserPrompts>())
+{
+    initUiResources();
+    m_ui.setupUi(this);
+    setWindowIcon(QIcon(QStringLiteral(":/images/icons/orrery.png")));
+
+    m_model = new MapModel(this);
+    m_lightView = new LightView(*m_model, m_ui.m_lightFrame);
+    m_ui.m_lightFrame->layout()->addWidget(m_lightView);
+    m_groupView = new GroupView(*m_model, m_ui.m_groupFrame);
+    m_ui.m_groupFrame->layout()->addWidget(m_groupView);
+    new ModelProgressDialog(*m_model, this);
+
+    // Node count changes come by the thousand during a load; show the count once per burst.
+    m_nodeCountTimer = new QTimer(this);
+    m_nodeCountTimer->setSingleShot(true);
+    m_nodeCountTimer->setInterval(0);
+    connect(m_nodeCountTimer, &QTimer::timeout, this, &Kestrel::updateNodeCount);
+
+    QSettings settings;
+    m_settings.load(settings);
+    m_recentMaps.setMaximum(m_settings.numRecentMaps);
+    m_recentMaps.load(settings);
+
+    connectActions();
+    connectModel();
+
+    m_ui.snapToGridAction->setChecked(m_settings.snapGrid);
+    m_ui.showGridAction->setChecked(m_settings.showGrid);
+    // Nothing to undo in a fresh window; the undo stack enables these as it fills.
+    m_ui.undoAction->setEnabled(false);
+    m_ui.redoAction->setEnabled(false);
+    handleLivePlayToggled(m_settings.livePlay);
+    rebuildRecentMapsMenu();
+    updateNodeCount();
+    restoreWindowState();
+    updateTitle();
+}
+
+Kestrel::~Kestrel() = default;
+
+QString Kestrel::windowTitleFor(const QString &mapPath, bool dirty)
+{
+    QString title = QStringLiteral("Orrery");
+    const QString name = QFileInfo(mapPath).fileName();
+    if (!name.isEmpty())
+        title += QLatin1Char(' ') + name;
+    if (dirty)
+        title += QStringLiteral(" *");
+    return title;
+}
+
+void Kestrel::connectActions()
+{
+    const std::pair<QAction *, void (Kestrel::*)()> handlers[] = {
+        {m_ui.newMapAction, &Kestrel::handleNewMapAction},
+        {m_ui.openMapAction, &Kestrel::handleOpenMapAction},
+        {m_ui.saveMapAction, &Kestrel::handleSaveMapAction},
+        {m_ui.saveMapAsAction, &Kestrel::handleSaveMapAsAction},
+        {m_ui.printAction, &Kestrel::handlePrintAction},
+        {m_ui.exitAction, &Kestrel::handleExitAction},
+        {m_ui.undoAction, &Kestrel::handleUndoAction},
+        {m_ui.redoAction, &Kestrel::handleRedoAction},
+        {m_ui.editPreferencesAction, &Kestrel::handleEditPreferencesAction},
+        {m_ui.discoverInterfacesAction, &Kestrel::handleDiscoverInterfacesAction},
+        {m_ui.discoverLightsAction, &Kestrel::handleDiscoverLightsAction},
+        {m_ui.syncInterfacesAction, &Kestrel::handleSyncInterfacesAction},
+        {m_ui.addInterfaceAction, &Kestrel::handleAddInterfaceAction},
+        {m_ui.addStringAction, &Kestrel::handleAddStringAction},
+        {m_ui.addLightsAction, &Kestrel::handleAddLightsAction},
+        {m_ui.addGroupAction, &Kestrel::handleAddGroupAction},
+        {m_ui.zoomInAction, &Kestrel::handleZoomInAction},
+        {m_ui.zoomOutAction, &Kestrel::handleZoomOutAction},
+        {m_ui.autoZoomAction, &Kestrel::handleAutoZoomAction},
+        {m_ui.selectAllLightsAction, &Kestrel::handleSelectAllLightsAction},
+        {m_ui.createAnimationTemplateAction, &Kestrel::handleCreateAnimationTemplateAction},
+        {m_ui.addBackgroundImageAction, &Kestrel::handleAddBackgroundImageAction},
+        {m_ui.aboutAction, &Kestrel::handleAboutAction},
+    };
+    for (const auto &[action, handler] : handlers)
+        connect(action, &QAction::triggered, this, handler);
+    connect(m_ui.snapToGridAction, &QAction::triggered, this, &Kestrel::handleSnapToGridToggled);
+    connect(m_ui.livePlayAction, &QAction::triggered, this, &Kestrel::handleLivePlayToggled);
+    connect(m_ui.m_recentMapsActionGroup, &QActionGroup::triggered, this,
+            &Kestrel::handleRecentMapSelected);
+    connect(m_ui.m_livePlayIndicator, &QToolButton::clicked, m_ui.livePlayAction,
+            &QAction::trigger);
+}
+
+void Kestrel::connectModel()
+{
+    QStatusBar *bar = statusBar();
+    connect(this, &Kestrel::statusMsg, bar, &QStatusBar::showMessage);
+    connect(m_model, &MapModel::msg, bar, [bar](const QString &text) { bar->showMessage(text); });
+    connect(m_model, &MapModel::propertiesCompiled, this, &Kestrel::handlePropertiesCompiled);
+    connect(m_model, &MapModel::newLight, m_nodeCountTimer, qOverload<>(&QTimer::start));
+    connect(m_model, &MapModel::deletedLight, m_nodeCountTimer, qOverload<>(&QTimer::start));
+    connect(m_model, &MapModel::clearedMap, m_nodeCountTimer, qOverload<>(&QTimer::start));
+    connect(m_lightView, &LightView::setDirty, this, &Kestrel::setDirty);
+    connect(m_groupView, &GroupView::setDirty, this, &Kestrel::setDirty);
+}
+
+void Kestrel::setDirty(bool dirty)
+{
+    if (dirty == m_dirty)
+        return;
+    m_dirty = dirty;
+    updateTitle();
+}
+
+void Kestrel::setLiveUpdatesPaused(bool paused)
+{
+    m_livePauseDepth += paused ? 1 : -1;
+    Q_ASSERT(m_livePauseDepth >= 0);
+    if ((paused && m_livePauseDepth == 1) || (!paused && m_livePauseDepth == 0))
+        emit liveUpdatesPaused(paused);
+}
+
+bool Kestrel::maybeSaveChanges()
+{
+    if (!m_dirty)
+        return true;
+    const QMessageBox::StandardButton answer =
+        m_prompts->message(this, QMessageBox::Warning, QStringLiteral("Orrery"),
+                           QStringLiteral("Do you want to save changes to your current map?\n"),
+                           QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    switch (answer) {
+    case QMessageBox::Yes:
+        // Going on after a cancelled or failed save would throw the changes away.
+        return saveMap(false);
+    case QMessageBox::No:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void Kestrel::handleNewMapAction()
+{
+    setLiveUpdatesPaused(true);
+    const auto resume = qScopeGuard([this] { setLiveUpdatesPaused(false); });
+    if (!maybeSaveChanges())
+        return;
+    m_model->clear();
+    m_currentMapPath.clear();
+    m_dirty = false;
+    updateTitle();
+}
+
+void Kestrel::handleOpenMapAction()
+{
+    setLiveUpdatesPaused(true);
+    const auto resume = qScopeGuard([this] { setLiveUpdatesPaused(false); });
+    if (!maybeSaveChanges())
+        return;
+    const QString path =
+        m_prompts->openFileName(this, QStringLiteral("Select A Map File"), m_settings.mapPath,
+                                QStringLiteral("Map Files (*.map);;All Files (*.*)"));
+    if (path.isEmpty())
+        return;
+    m_settings.mapPath = QFileInfo(path).absolutePath();
+    writeSettings();
+    loadMap(path);
+}
+
+bool Kestrel::openMap(const QString &path)
+{
+    setLiveUpdatesPaused(true);
+    const auto resume = qScopeGuard([this] { setLiveUpdatesPaused(false); });
+    if (!maybeSaveChanges())
+        return false;
+    return loadMap(path);
+}
+
+void Kestrel::handleRecentMapSelected(QAction *action)
+{
+    if (action)
+        openMap(action->data().toString());
+}
+
+bool Kestrel::loadMap(const QString &path)
+{
+    const QString absolutePath = QFileInfo(path).absoluteFilePath();
+    m_model->clear();
+    const bool loaded = m_model->loadFromFile(absolutePath);
+    if (loaded) {
+        m_currentMapPath = absolutePath;
+        addRecentMap(absolutePath);
+        emit statusMsg(QStringLiteral("Opened %1: %2 interfaces, %3 lights, %4 groups.")
+                           .arg(QFileInfo(absolutePath).fileName())
+                           .arg(m_model->dataSupplyCount())
+                           .arg(m_model->lightCount())
+                           .arg(m_model->groupCount()),
+                       0);
+        checkCanvasSize();
+    } else {
+        m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Load Error"),
+                           QStringLiteral("Failed to open map: %1").arg(absolutePath),
+                           QMessageBox::Ok);
+        m_currentMapPath.clear();
+        removeRecentMap(absolutePath);
+    }
+    m_model->setLivePlay(m_livePlay);
+    m_dirty = false;
+    updateTitle();
+    return loaded;
+}
+
+void Kestrel::checkCanvasSize()
+{
+    const QRect canvas = m_model->canvasRect();
+    if (canvas.width() <= m_settings.canvasWidth && canvas.height() <= m_settings.canvasHeight)
+        return;
+    m_prompts->message(this, QMessageBox::Information, QStringLiteral("Orrery"),
+                       QStringLiteral("Map size (") + QString::number(canvas.width()) +
+                           QStringLiteral(", ") + QString::number(canvas.height()) +
+                           QStringLiteral(") is larger than the default canvas size (") +
+                           QString::number(m_settings.canvasWidth) + QStringLiteral(", ") +
+                           QString::number(m_settings.canvasHeight) + QStringLiteral(")."),
+                       QMessageBox::Ok);
+}
+
+void Kestrel::handleSaveMapAction()
+{
+    saveMap(false);
+}
+
+void Kestrel::handleSaveMapAsAction()
+{
+    saveMap(true);
+}
+
+bool Kestrel::saveMap(bool askForPath)
+{
+    setLiveUpdatesPaused(true);
+    const auto resume = qScopeGuard([this] { setLiveUpdatesPaused(false); });
+    QString path = m_currentMapPath;
+    if (askForPath || path.isEmpty()) {
+        path = m_prompts->saveFileName(this, QStringLiteral("Select A Map File"),
+                                       m_settings.mapPath, QStringLiteral("Map Files (*.map)"));
+        if (path.isEmpty())
+            return false;
+    }
+    // Case-sensitive on purpose: "plan.MAP" becomes "plan.MAP.map".
+    if (!path.endsWith(kMapSuffix))
+        path += kMapSuffix;
+    m_settings.mapPath = QFileInfo(path).absolutePath();
+    writeSettings();
+    if (!m_model->saveToFile(path)) {
+        m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Save Failed"),
+                           QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
+        return false;
+    }
+    m_currentMapPath = QFileInfo(path).absoluteFilePath();
+    addRecentMap(m_currentMapPath);
+    m_dirty = false;
+    updateTitle();
+    emit statusMsg(QStringLiteral("Saved ") + m_currentMapPath, kStatusTimeoutMs);
+    return true;
+}
+
+void Kestrel::addRecentMap(const QString &path)
+{
+    m_recentMaps.add(path);
+    QSettings settings;
+    m_recentMaps.save(settings);
+    rebuildRecentMapsMenu();
+}
+
+void Kestrel::removeRecentMap(const QString &path)
+{
+    m_recentMaps.remove(path);
+    QSettings settings;
+    m_recentMaps.save(settings);
+    rebuildRecentMapsMenu();
+}
+
+void Kestrel::rebuildRecentMapsMenu()
+{
+    // The action that was chosen may be the one that called us: let it finish first.
+    const QList<QAction *> old = m_ui.m_recentMapsActionGroup->actions();
+    for (QAction *action : old) {
+        m_ui.m_recentMapsActionGroup->removeAction(action);
+        m_ui.m_recentMapsMenu->removeAction(action);
+        action->deleteLater();
+    }
+    for (const QString &path : m_recentMaps.paths()) {
+        QString text = QStringLiteral("%1").arg(path);
+        text.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        auto *action = new QAction(text, m_ui.m_recentMapsActionGroup);
+        action->setData(path);
+        m_ui.m_recentMapsMenu->addAction(action);
+    }
+    m_ui.m_recentMapsMenu->setEnabled(!m_recentMaps.paths().isEmpty());
+    m_ui.m_recentMapsMenu->menuAction()->setVisible(m_settings.recentMapsEnabled);
+}
+
+void Kestrel::updateTitle()
+{
+    setWindowTitle(windowTitleFor(m_currentMapPath, m_dirty));
+}
+
+void Kestrel::updateNodeCount()
+{
+    m_ui.m_nodeCountLabel->setText(QStringLiteral(" Node Count : %1").arg(m_model->lightCount()));
+}
+
+void Kestrel::notAvailableYet(const QString &feature)
+{
+    emit statusMsg(feature + QStringLiteral(" is not available yet."), kStatusTimeoutMs);
+}
+
+void Kestrel::handlePrintAction()
+{
+    notAvailableYet(QStringLiteral("Printing the map"));
+}
+
+void Kestrel::handleExitAction()
+{
+    close();
+}
+
+void Kestrel::handleUndoAction()
+{
+    notAvailableYet(QStringLiteral("Undo"));
+}
+
+void Kestrel::handleRedoAction()
+{
+    notAvailableYet(QStringLiteral("Redo"));
+}
+
+void Kestrel::handleEditPreferencesAction()
+{
+    notAvailableYet(QStringLiteral("Editing preferences"));
+}
+
+void Kestrel::handleDiscoverInterfacesAction()
+{
+    notAvailableYet(QStringLiteral("Discovering interfaces"));
+}
+
+void Kestrel::handleDiscoverLightsAction()
+{
+    notAvailableYet(QStringLiteral("Discovering lights"));
+}
+
+void Kestrel::handleSyncInterfacesAction()
+{
+    notAvailableYet(QStringLiteral("Synchronising interfaces"));
+}
+
+void Kestrel::handleAddStringAction()
+{
+    notAvailableYet(QStringLiteral("Adding a string of lights"));
+}
+
+void Kestrel::handleAddLightsAction()
+{
+    notAvailableYet(QStringLiteral("Adding lights"));
+}
+
+void Kestrel::handleAddGroupAction()
+{
+    notAvailableYet(QStringLiteral("Adding a group"));
+}
+
+void Kestrel::handleZoomInAction()
+{
+    notAvailableYet(QStringLiteral("Zooming the layout canvas"));
+}
+
+void Kestrel::handleZoomOutAction()
+{
+    notAvailableYet(QStringLiteral("Zooming the layout canvas"));
+}
+
+void Kestrel::handleAutoZoomAction()
+{
+    notAvailableYet(QStringLiteral("Zooming the layout canvas"));
+}
+
+void Kestrel::handleSelectAllLightsAction()
+{
+    notAvailableYet(QStringLiteral("Selecting on the layout canvas"));
+}
+
+void Kestrel::handleAddInterfaceAction()
+{
+    const QString kind = QStringLiteral("Vistra Interface");
+    const std::optional<QString> chosen = m_prompts->chooseItem(
+        this, QStringLiteral("Interface Type"),
+        QStringLiteral("Please choose what type of Interface to add."), {kind});
+    if (!chosen)
+        return;
+    auto supply = std::make_unique<DataSupply>(DataSupply::VistraIp);
+    supply->setName(QStringLiteral("New ") + *chosen);
+    const quint64 uid = m_model->newUid();
+    supply->setUid(uid);
+    if (!m_model->addDataSupply(std::move(supply)))
+        return;
+    setDirty(true);
+    m_lightView->selectDataSupply(uid);
+    emit statusMsg(QStringLiteral("Added \"New %1\". The interface editor is not available yet; "
+                                  "rename the interface in the Lights/Interfaces pane (F2).")
+                       .arg(*chosen),
+                   kStatusTimeoutMs);
+}
+
+void Kestrel::handleSnapToGridToggled(bool on)
+{
+    m_settings.snapGrid = on;
+    m_ui.snapToGridAction->setChecked(on);
+    writeSettings();
+}
+
+void Kestrel::handleLivePlayToggled(bool on)
+{
+    m_livePlay = on;
+    const QString text =
+        on ? QStringLiteral("Live Play Enabled") : QStringLiteral("Live Play Disabled");
+    m_ui.livePlayAction->setText(text);
+    m_ui.livePlayAction->setChecked(on);
+    m_ui.m_livePlayIndicator->setText(text);
+    m_ui.m_livePlayIndicator->setIcon(
+        m_ui.livePlayAction->icon().pixmap(16, 16, QIcon::Normal, on ? QIcon::On : QIcon::Off));
+    m_model->setLivePlay(on);
+}
+
+void Kestrel::handleCreateAnimationTemplateAction()
+{
+    const std::optional<int> grid = m_prompts->chooseInt(
+        this, QStringLiteral("Template Grid Size"),
+        QStringLiteral("Please enter the grid size to use in creating the Animation Template"),
+        m_settings.grid, 1, 10000);
+    if (!grid)
+        return;
+    QString path = m_prompts->saveFileName(this, QStringLiteral("Save Animation Template As"),
+                                           m_settings.mapPath, QStringLiteral("PNG Files (*.png)"));
+    if (path.isEmpty())
+        return;
+    if (!path.endsWith(QLatin1String(".png")))
+        path += QStringLiteral(".png");
+    const AnimationTemplate::Result result = AnimationTemplate::build(
+        *m_model, *grid, [this](const QString &phase) { emit statusMsg(phase, 0); });
+    if (result.image.isNull()) {
+        statusBar()->clearMessage();
+        m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Error"), result.error,
+                           QMessageBox::Ok);
+        return;
+    }
+    if (!result.image.save(path, "PNG")) {
+        statusBar()->clearMessage();
+        m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Error"),
+                           QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
+        return;
+    }
+    emit statusMsg(QStringLiteral("Animation template of %1 x %2 pixels saved to %3")
+                       .arg(result.image.width())
+                       .arg(result.image.height())
+                       .arg(path),
+                   kStatusTimeoutMs);
+}
+
+void Kestrel::handleAddBackgroundImageAction()
+{
+    const QString path = m_prompts->openFileName(
+        this, QStringLiteral("Select a Background Image File"), m_settings.mapPath,
+        QStringLiteral("Image Files (*.png *.jpg *.bmp *.gif)"));
+    if (path.isEmpty())
+        return;
+    m_model->setImageFile(path);
+    setDirty(true);
+    emit statusMsg(QStringLiteral("Background image set to %1. The layout canvas that shows it "
+                                  "is not available yet.")
+                       .arg(path),
+                   kStatusTimeoutMs);
+}
+
+void Kestrel::handleAboutAction()
+{
+    m_prompts->showAbout(this, aboutVersionText());
+}
+
+void Kestrel::handlePropertiesCompiled()
+{
+    m_lightView->lightModel()->refreshAll();
+    m_groupView->groupModel()->refreshAll();
+}
+
+void Kestrel::writeSettings()
+{
+    QSettings settings;
+    m_settings.save(settings);
+}
+
+void Kestrel::closeEvent(QCloseEvent *event)
+{
+    setLiveUpdatesPaused(true);
+    const auto resume = qScopeGuard([this] { setLiveUpdatesPaused(false); });
+    if (!maybeSaveChanges()) {
+        event->ignore();
+        return;
+    }
+    saveWindowState();
+    event->accept();
+}
+
+void Kestrel::restoreWindowState()
+{
+    const WindowState state =
+        WindowState::load(QSettings(), m_ui.m_splitter->count(), LightTreeModel::ColumnCount);
+    resize(state.size.isValid() ? state.size : QSize(1280, 800));
+    // A window saved on a screen that is gone stays where the window system puts it.
+    if (state.position && QGuiApplication::screenAt(*state.position))
+        move(*state.position);
+    if (state.maximized)
+        setWindowState(windowState() | Qt::WindowMaximized);
+    m_ui.m_splitter->setSizes(state.splitterWidths.isEmpty() ? QList<int>{540, 320, 420}
+                                                             : state.splitterWidths);
+    m_lightView->setColumnWidths(state.columnWidths);
+}
+
+void Kestrel::saveWindowState()
+{
+    WindowState state;
+    state.maximized = isMaximized();
+    const QRect normal = normalGeometry();
+    state.position = state.maximized ? normal.topLeft() : pos();
+    state.size = state.maximized ? normal.size() : size();
+    state.splitterWidths = m_ui.m_splitter->sizes();
+    state.columnWidths = m_lightView->columnWidths();
+    QSettings settings;
+    state.save(settings);
+}

@@ -1,0 +1,3 @@
+#include "colour/colourlogging.h"
+
+Q_LOGGING_CATEGORY(lcColour, "orrery.colour")

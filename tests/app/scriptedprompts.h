@@ -1,0 +1,75 @@
+#pragma once
+
+#include "ui/userprompts.h"
+
+#include <QList>
+#include <QQueue>
+
+// Answers the window's questions from queues filled by the test and records what was asked.
+// An empty queue answers "cancel".
+class ScriptedPrompts final : public UserPrompts
+{
+public:
+    struct Asked
+    {
+        QString kind;  // "open", "save", "message", "item", "int", "about"
+        QString title; // caption or title
+        QString text;  // message text, label, filter or version text
+        QString dir;   // starting directory of file dialogs
+        QMessageBox::Icon icon = QMessageBox::NoIcon;
+    };
+
+    QQueue<QString> fileAnswers;
+    QQueue<QMessageBox::StandardButton> messageAnswers;
+    QQueue<std::optional<QString>> itemAnswers;
+    QQueue<std::optional<int>> intAnswers;
+    QList<Asked> asked;
+
+    QList<Asked> messages() const
+    {
+        QList<Asked> result;
+        for (const Asked &a : asked) {
+            if (a.kind == QLatin1String("message"))
+                result.append(a);
+        }
+        return result;
+    }
+
+    QString openFileName(QWidget *, const QString &caption, const QString &dir,
+                         const QString &filter) override
+    {
+        asked.append({QStringLiteral("open"), caption, filter, dir});
+        return fileAnswers.isEmpty() ? QString() : fileAnswers.dequeue();
+    }
+    QString saveFileName(QWidget *, const QString &caption, const QString &dir,
+                         const QString &filter) override
+    {
+        asked.append({QStringLiteral("save"), caption, filter, dir});
+        return fileAnswers.isEmpty() ? QString() : fileAnswers.dequeue();
+    }
+    QMessageBox::StandardButton message(QWidget *, QMessageBox::Icon icon, const QString &title,
+                                        const QString &text,
+                                        QMessageBox::StandardButtons buttons) override
+    {
+        asked.append({QStringLiteral("message"), title, text, QString(), icon});
+        if (!messageAnswers.isEmpty())
+            return messageAnswers.dequeue();
+        return buttons.testFlag(QMessageBox::Cancel) ? QMessageBox::Cancel : QMessageBox::Ok;
+    }
+    std::optional<QString> chooseItem(QWidget *, const QString &title, const QString &label,
+                                      const QStringList &) override
+    {
+        asked.append({QStringLiteral("item"), title, label, QString()});
+        return itemAnswers.isEmpty() ? std::nullopt : itemAnswers.dequeue();
+    }
+    std::optional<int> chooseInt(QWidget *, const QString &title, const QString &label, int, int,
+                                 int) override
+    {
+        asked.append({QStringLiteral("int"), title, label, QString()});
+        return intAnswers.isEmpty() ? std::nullopt : intAnswers.dequeue();
+    }
+    void showAbout(QWidget *, const QString &versionText) override
+    {
+        asked.append({QStringLiteral("about"), QString(), versionText, QString()});
+    }
+};

@@ -1,0 +1,172 @@
+// Pictures of the main window and its dialogs for people to look at, written to the folder
+// named by ORRERY_SCREENSHOT_DIR; skipped when that is not set. Run for instance with
+//   ORRERY_SCREENSHOT_DIR=/tmp/shots QT_QPA_PLATFORM=offscreen build/tests/app/tst_screenshots
+#include "app/kestrel.h"
+#include "app/scriptedprompts.h"
+#include "app/splashscreen.h"
+#include "app/testsettings.h"
+#include "app/aboutversion.h"
+#include "ui/aboutdialog.h"
+#include "ui/lightview.h"
+#include "ui/lighttreemodel.h"
+#include "ui/uiresources.h"
+#include "ui/widgetuserprompts.h"
+
+#include <QDir>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPainter>
+#include <QStatusBar>
+#include <QtTest>
+
+class tst_Screenshots : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void mainWindow();
+    void fileMenuWithRecentMaps();
+    void saveQuestion();
+    void aboutBox();
+    void splash();
+    void iconSheet();
+
+private:
+    void save(const QImage &image, const QString &name);
+    std::unique_ptr<Kestrel> windowWithExample();
+
+    std::unique_ptr<TestSettings> m_settings;
+    QString m_out;
+    QTemporaryDir m_maps;
+};
+
+void tst_Screenshots::initTestCase()
+{
+    m_out = qEnvironmentVariable("ORRERY_SCREENSHOT_DIR");
+    if (m_out.isEmpty())
+        QSKIP("set ORRERY_SCREENSHOT_DIR to write screenshots");
+    QVERIFY(QDir().mkpath(m_out));
+    m_settings = std::make_unique<TestSettings>();
+    initUiResources();
+}
+
+void tst_Screenshots::save(const QImage &image, const QString &name)
+{
+    const QString path = QDir(m_out).filePath(name);
+    QVERIFY(image.save(path));
+    qInfo("wrote %s", qPrintable(path));
+}
+
+std::unique_ptr<Kestrel> tst_Screenshots::windowWithExample()
+{
+    auto window = std::make_unique<Kestrel>(std::make_unique<ScriptedPrompts>());
+    window->resize(1280, 800);
+    window->show();
+    const QString example = m_maps.filePath(QStringLiteral("riverside-arcade.map"));
+    QFile::copy(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map"), example);
+    window->openMap(example);
+    QCoreApplication::processEvents();
+    return window;
+}
+
+void tst_Screenshots::mainWindow()
+{
+    const std::unique_ptr<Kestrel> window = windowWithExample();
+    LightView *lights = window->lightView();
+    const QModelIndex supply = lights->lightModel()->index(0, 0);
+    lights->selectionModel()->select(lights->lightModel()->index(2, 0, supply),
+                                     QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    QCoreApplication::processEvents();
+    save(window->grab().toImage(), QStringLiteral("main-window.png"));
+}
+
+void tst_Screenshots::fileMenuWithRecentMaps()
+{
+    for (const char *name : {"north-wing.map", "canopy-test.map", "riverside-arcade.map"}) {
+        const QString path = m_maps.filePath(QLatin1String(name));
+        QFile::copy(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map"), path);
+    }
+    const std::unique_ptr<Kestrel> window = windowWithExample();
+    window->openMap(m_maps.filePath(QStringLiteral("north-wing.map")));
+    window->openMap(m_maps.filePath(QStringLiteral("canopy-test.map")));
+    window->openMap(m_maps.filePath(QStringLiteral("riverside-arcade.map")));
+
+    QMenu *file = window->ui().m_fileMenu;
+    QMenu *recent = window->ui().m_recentMapsMenu;
+    QMenuBar *bar = window->ui().menubar;
+    file->popup(bar->mapToGlobal(bar->actionGeometry(file->menuAction()).bottomLeft()));
+    QCoreApplication::processEvents();
+    file->setActiveAction(recent->menuAction());
+    recent->popup(file->mapToGlobal(file->actionGeometry(recent->menuAction()).topRight()));
+    QCoreApplication::processEvents();
+
+    QImage shot = window->grab().toImage();
+    QPainter painter(&shot);
+    for (QMenu *menu : {file, recent})
+        painter.drawPixmap(window->mapFromGlobal(menu->mapToGlobal(QPoint(0, 0))), menu->grab());
+    painter.end();
+    save(shot.copy(0, 0, std::min(shot.width(), 900), std::min(shot.height(), 420)),
+         QStringLiteral("file-menu.png"));
+    recent->hide();
+    file->hide();
+}
+
+void tst_Screenshots::saveQuestion()
+{
+    const std::unique_ptr<QMessageBox> box = WidgetUserPrompts::buildMessageBox(
+        nullptr, QMessageBox::Warning, QStringLiteral("Orrery"),
+        QStringLiteral("Do you want to save changes to your current map?\n"),
+        QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    box->show();
+    QCoreApplication::processEvents();
+    save(box->grab().toImage(), QStringLiteral("save-question.png"));
+}
+
+void tst_Screenshots::aboutBox()
+{
+    AboutDialog about(aboutVersionText());
+    about.show();
+    QCoreApplication::processEvents();
+    save(about.grab().toImage(), QStringLiteral("about.png"));
+}
+
+void tst_Screenshots::splash()
+{
+    SplashScreen splash;
+    splash.show();
+    QCoreApplication::processEvents();
+    save(splash.grab().toImage(), QStringLiteral("splash.png"));
+}
+
+void tst_Screenshots::iconSheet()
+{
+    // Every icon at 16, 24 and 32 pixels, on a light and on a dark background.
+    const QDir icons(QStringLiteral(":/images/icons"));
+    const QStringList files = icons.entryList({QStringLiteral("*.png")}, QDir::Files, QDir::Name);
+    const int sizes[] = {16, 24, 32};
+    const int half = 16 + 24 + 32 + 3 * 12 + 200;
+    QImage sheet(2 * half, files.size() * 40 + 10, QImage::Format_RGB32);
+    sheet.fill(QColor(0xF5, 0xF5, 0xF5));
+    QPainter painter(&sheet);
+    painter.fillRect(half, 0, half, sheet.height(), QColor(0x2B, 0x2B, 0x2B));
+    int y = 5;
+    for (const QString &file : files) {
+        const QIcon icon(icons.filePath(file));
+        for (int side = 0; side < 2; ++side) {
+            int x = 5 + side * half;
+            for (int size : sizes) {
+                painter.drawPixmap(x, y + (32 - size) / 2, icon.pixmap(size, size));
+                x += size + 12;
+            }
+            painter.setPen(side == 0 ? Qt::black : Qt::white);
+            painter.drawText(x, y + 21, file);
+        }
+        y += 40;
+    }
+    painter.end();
+    save(sheet, QStringLiteral("icons.png"));
+}
+
+QTEST_MAIN(tst_Screenshots)
+#include "tst_screenshots.moc"

@@ -1,0 +1,104 @@
+#include "model/light.h"
+#include "model/mapmodel.h"
+#include "ui/animationtemplate.h"
+
+#include <QtTest>
+
+class tst_AnimationTemplate : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void onePixelPerGridCell_data();
+    void onePixelPerGridCell();
+    void reportsItsPhasesInOrder();
+    void refusesWhatItCannotMake_data();
+    void refusesWhatItCannotMake();
+
+private:
+    static void addLightAt(MapModel &model, double x, double y);
+};
+
+void tst_AnimationTemplate::addLightAt(MapModel &model, double x, double y)
+{
+    auto light = std::make_unique<Light>();
+    light->setUid(model.newUid());
+    light->setPosition(x, y, 0);
+    model.addLight(std::move(light));
+}
+
+void tst_AnimationTemplate::onePixelPerGridCell_data()
+{
+    QTest::addColumn<QList<QPointF>>("lights");
+    QTest::addColumn<int>("grid");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QList<QPoint>>("white");
+    QTest::newRow("row of three") << QList<QPointF>{{48, 48}, {72, 48}, {96, 48}} << 24
+                                  << QSize(3, 1) << QList<QPoint>{{0, 0}, {1, 0}, {2, 0}};
+    QTest::newRow("coarser grid merges cells") << QList<QPointF>{{0, 0}, {12, 0}, {48, 24}} << 24
+                                               << QSize(3, 2) << QList<QPoint>{{0, 0}, {2, 1}};
+    QTest::newRow("negative positions") << QList<QPointF>{{-30, -30}, {30, 30}} << 10 << QSize(7, 7)
+                                        << QList<QPoint>{{0, 0}, {6, 6}};
+    QTest::newRow("single light") << QList<QPointF>{{500, 500}} << 12 << QSize(1, 1)
+                                  << QList<QPoint>{{0, 0}};
+}
+
+void tst_AnimationTemplate::onePixelPerGridCell()
+{
+    QFETCH(QList<QPointF>, lights);
+    QFETCH(int, grid);
+    QFETCH(QSize, size);
+    QFETCH(QList<QPoint>, white);
+    MapModel model;
+    for (const QPointF &position : lights)
+        addLightAt(model, position.x(), position.y());
+    const AnimationTemplate::Result result = AnimationTemplate::build(model, grid);
+    QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
+    QCOMPARE(result.image.size(), size);
+    int whiteCount = 0;
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            const bool isWhite = result.image.pixel(x, y) == qRgb(255, 255, 255);
+            QCOMPARE(isWhite, white.contains(QPoint(x, y)));
+            whiteCount += isWhite;
+            if (!isWhite)
+                QCOMPARE(result.image.pixel(x, y), qRgb(0, 0, 0));
+        }
+    }
+    QCOMPARE(whiteCount, white.size());
+}
+
+void tst_AnimationTemplate::reportsItsPhasesInOrder()
+{
+    MapModel model;
+    addLightAt(model, 0, 0);
+    QStringList phases;
+    AnimationTemplate::build(model, 12, [&phases](const QString &phase) { phases << phase; });
+    QCOMPARE(phases, (QStringList{"Analyzing Map Geometry...", "Initializing Image Buffer...",
+                                  "Creating Template..."}));
+}
+
+void tst_AnimationTemplate::refusesWhatItCannotMake_data()
+{
+    QTest::addColumn<QList<QPointF>>("lights");
+    QTest::addColumn<int>("grid");
+    QTest::newRow("no lights") << QList<QPointF>{} << 12;
+    QTest::newRow("zero grid") << QList<QPointF>{{0, 0}} << 0;
+    QTest::newRow("grid too fine") << QList<QPointF>{{0, 0}, {1e7, 0}} << 1;
+    QTest::newRow("only broken positions") << QList<QPointF>{{qInf(), 0}} << 12;
+}
+
+void tst_AnimationTemplate::refusesWhatItCannotMake()
+{
+    QFETCH(QList<QPointF>, lights);
+    QFETCH(int, grid);
+    MapModel model;
+    for (const QPointF &position : lights)
+        addLightAt(model, position.x(), position.y());
+    const AnimationTemplate::Result result = AnimationTemplate::build(model, grid);
+    QVERIFY(result.image.isNull());
+    QVERIFY(!result.error.isEmpty());
+}
+
+QTEST_MAIN(tst_AnimationTemplate)
+#include "tst_animationtemplate.moc"

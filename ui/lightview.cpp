@@ -1,0 +1,117 @@
+#include "ui/lightview.h"
+
+#include "ui/lighttreemodel.h"
+
+#include <QHeaderView>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+// Rows of a two-level tree in the order the view shows them.
+QModelIndexList inTreeOrder(QModelIndexList rows)
+{
+    auto key = [](const QModelIndex &index) {
+        const QModelIndex parent = index.parent();
+        return parent.isValid() ? std::make_pair(parent.row(), index.row())
+                                : std::make_pair(index.row(), -1);
+    };
+    std::sort(rows.begin(), rows.end(),
+              [&key](const QModelIndex &a, const QModelIndex &b) { return key(a) < key(b); });
+    return rows;
+}
+
+} // namespace
+
+LightView::LightView(MapModel &model, QWidget *parent)
+    : QTreeView(parent), m_model(new LightTreeModel(model, this))
+{
+    setObjectName(QStringLiteral("m_lightView"));
+    setModel(m_model);
+    // Every row has the same height: lets the view lay out 15,000 rows without measuring each.
+    setUniformRowHeights(true);
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
+    setAlternatingRowColors(true);
+    setAllColumnsShowFocus(true);
+    // The name takes whatever room the pane has; the other columns fit their contents.
+    header()->setStretchLastSection(false);
+    header()->setSectionResizeMode(QHeaderView::Interactive);
+    header()->setSectionResizeMode(LightTreeModel::NameColumn, QHeaderView::Stretch);
+    const QFontMetrics metrics = header()->fontMetrics();
+    auto fit = [&metrics](const QString &header, const QString &widest) {
+        return std::max(metrics.horizontalAdvance(header), metrics.horizontalAdvance(widest)) +
+               2 * metrics.averageCharWidth();
+    };
+    header()->resizeSection(LightTreeModel::SerialColumn,
+                            fit(QStringLiteral("Serial"), QStringLiteral("00000000")));
+    header()->resizeSection(LightTreeModel::PortColumn,
+                            fit(QStringLiteral("Port"), QStringLiteral("00")));
+    header()->resizeSection(LightTreeModel::DmxAddressColumn,
+                            fit(QStringLiteral("DMX"), QStringLiteral("000")));
+
+    connect(m_model, &LightTreeModel::setDirty, this, &LightView::setDirty);
+    connect(m_model, &QAbstractItemModel::rowsInserted, this, &LightView::handleRowsInserted);
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &LightView::updatedSelection);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &LightView::updatedSelection);
+}
+
+QList<quint64> LightView::selectedLightUids() const
+{
+    const QModelIndexList rows = inTreeOrder(selectionModel()->selectedRows());
+    QList<quint64> uids;
+    for (const QModelIndex &row : rows) {
+        if (m_model->rowKind(row) == LightTreeModel::RowKind::Light)
+            uids.append(m_model->uidAt(row));
+    }
+    return uids;
+}
+
+QList<quint64> LightView::selectedDataSupplyUids() const
+{
+    const QModelIndexList rows = inTreeOrder(selectionModel()->selectedRows());
+    QList<quint64> uids;
+    for (const QModelIndex &row : rows) {
+        if (m_model->rowKind(row) == LightTreeModel::RowKind::DataSupply)
+            uids.append(m_model->uidAt(row));
+    }
+    return uids;
+}
+
+void LightView::selectDataSupply(quint64 uid)
+{
+    const QModelIndex index = m_model->indexForDataSupply(uid);
+    if (!index.isValid())
+        return;
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                 QItemSelectionModel::Rows);
+    scrollTo(index);
+}
+
+QList<int> LightView::columnWidths() const
+{
+    QList<int> widths;
+    for (int column = 0; column < header()->count(); ++column)
+        widths.append(header()->sectionSize(column));
+    return widths;
+}
+
+void LightView::setColumnWidths(const QList<int> &widths)
+{
+    for (int column = 0; column < widths.size() && column < header()->count(); ++column) {
+        if (widths.at(column) > 0)
+            header()->resizeSection(column, widths.at(column));
+    }
+}
+
+void LightView::handleRowsInserted(const QModelIndex &parent, int first, int last)
+{
+    // Open a supply when it receives its first lights, unless the map is so large that a
+    // wall of rows would hide the other supplies.
+    if (parent.isValid() && m_model->rowCount(parent) == last - first + 1 &&
+        m_model->lightRowCount() <= kAutoExpandLightCount)
+        expand(parent);
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QTreeView>
+
+class LightTreeModel;
+class MapModel;
+
+// The "Lights/Interfaces" pane: supplies and their lights. Names can be edited in place
+// (F2 or a click on a selected name). The selection is offered by uid so that the live
+// highlight and the editors can follow it.
+class LightView final : public QTreeView
+{
+    Q_OBJECT
+public:
+    // Below this many lights a newly filled supply is shown expanded.
+    static constexpr int kAutoExpandLightCount = 1000;
+
+    explicit LightView(MapModel &model, QWidget *parent = nullptr);
+
+    LightTreeModel *lightModel() const { return m_model; }
+    // Selected light rows and supply rows, in the order they are shown.
+    QList<quint64> selectedLightUids() const;
+    QList<quint64> selectedDataSupplyUids() const;
+    // Selects the supply's row alone and scrolls to it.
+    void selectDataSupply(quint64 uid);
+
+    QList<int> columnWidths() const;
+    void setColumnWidths(const QList<int> &widths);
+
+signals:
+    void setDirty(bool dirty);
+    void updatedSelection();
+
+private:
+    void handleRowsInserted(const QModelIndex &parent, int first, int last);
+
+    LightTreeModel *m_model;
+};
