@@ -1,4 +1,5 @@
 #include "clicommand.h"
+#include "devicescommand.h"
 #include "mapcommand.h"
 
 #include <QCoreApplication>
@@ -16,6 +17,7 @@ struct Command
 
 const Command kCommands[] = {
     {"map", "inspect and rewrite map files (info, resave)", runMapCommand},
+    {"devices", "list device definitions; which one a serial belongs to", runDevicesCommand},
 };
 
 void printUsage(QTextStream &stream)
