@@ -42,11 +42,12 @@ void tst_CliDevices::listsEveryDefinition()
 {
     const Run run = cli({"devices"});
     QCOMPARE(run.status, 0);
-    QVERIFY(run.out.contains(":/DeviceConfigFiles/generic/generic-3ch.json\n"
-                             "  type:    FIXTURE\n"
-                             "  name:    Generic 3-Ch\n"
-                             "  serials: 1F000000-1F00FFFF\n"
-                             "  tokens:  DIMMING_CURVE, DMX_OFFSET, INPUT_RESOLUTION, LED_CHEMISTRY\n"));
+    QVERIFY(run.out.contains(
+        ":/DeviceConfigFiles/generic/generic-3ch.json\n"
+        "  type:    FIXTURE\n"
+        "  name:    Generic 3-Ch\n"
+        "  serials: 1F000000-1F00FFFF\n"
+        "  tokens:  DIMMING_CURVE, DMX_OFFSET, INPUT_RESOLUTION, LED_CHEMISTRY\n"));
     QVERIFY(run.out.contains("  product: D.0301-P.0101-F.0102 7A7001000000-7A7001FFFFFF\n"));
     QVERIFY(run.out.contains(" definitions (5 PDS, 1 ETHERNET, "));
     // Loading the shipped files logs nothing.
@@ -88,9 +89,10 @@ void tst_CliDevices::serialLookup_data()
     QTest::newRow("light of the example") << "1011213B" << 0
                                           << QByteArray("Serial 1011213B: Vela Graze RGB\n"
                                                         "  type:    FIXTURE\n");
-    QTest::newRow("prefix and lower case") << "0x1a20011" << 0
-                                           << QByteArray("Serial 01A20011: PDS-480\n");
-    QTest::newRow("range start") << "1F000000" << 0 << QByteArray("Serial 1F000000: Generic 3-Ch\n");
+    QTest::newRow("prefix and lower case")
+        << "0x1a20011" << 0 << QByteArray("Serial 01A20011: PDS-480\n");
+    QTest::newRow("range start") << "1F000000" << 0
+                                 << QByteArray("Serial 1F000000: Generic 3-Ch\n");
     QTest::newRow("unknown") << "99" << 1 << QByteArray("Serial 00000099: Unknown Device\n");
     QTest::newRow("RDM with product codes")
         << "7A7001000005" << 0

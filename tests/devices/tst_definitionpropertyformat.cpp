@@ -108,26 +108,29 @@ void tst_DefinitionPropertyFormat::lightProperties_data()
     QTest::newRow("chemistry the light holds")
         << quint64(0x10110005) << "LED_CHEMISTRY=2"
         << "DMX_OFFSET=;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGBW";
-    QTest::newRow("chemistry from the static value")
-        << quint64(0x1F010000) << "" << "DMX_OFFSET=;LED_CHEMISTRY=RGBW";
+    QTest::newRow("chemistry from the static value") << quint64(0x1F010000) << ""
+                                                     << "DMX_OFFSET=;LED_CHEMISTRY=RGBW";
     QTest::newRow("held chemistry beats the static value")
-        << quint64(0x1F010000) << "LED_CHEMISTRY=1" << "DMX_OFFSET=;LED_CHEMISTRY=RGB";
-    QTest::newRow("chemistry from the definition's default")
-        << quint64(0x10310000) << "" << "LED_CHEMISTRY=RGBW";
+        << quint64(0x1F010000) << "LED_CHEMISTRY=1"
+        << "DMX_OFFSET=;LED_CHEMISTRY=RGB";
+    QTest::newRow("chemistry from the definition's default") << quint64(0x10310000) << ""
+                                                             << "LED_CHEMISTRY=RGBW";
     QTest::newRow("unknown serial keeps what the light holds")
         << quint64(0x0BADF00D) << "DMX_OFFSET=3;ZONE=north"
         << "LED_CHEMISTRY=RGB;DMX_OFFSET=3;ZONE=north";
     QTest::newRow("properties the definition does not name come last")
         << quint64(0x10110005) << "CUSTOM_NOTE=by the door;DMX_OFFSET=0"
-        << "DMX_OFFSET=0;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGB;CUSTOM_NOTE=by the door";
+        << "DMX_OFFSET=0;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGB;CUSTOM_NOTE=by the "
+           "door";
     QTest::newRow("values the map cannot show are written as they stand")
-        << quint64(0x10310000) << "LED_CHEMISTRY=7" << "LED_CHEMISTRY=7";
+        << quint64(0x10310000) << "LED_CHEMISTRY=7"
+        << "LED_CHEMISTRY=7";
     QTest::newRow("text already in text form") << quint64(0x10310000) << "LED_CHEMISTRY=RGBW"
                                                << "LED_CHEMISTRY=RGBW";
     QTest::newRow("offset out of range kept") << quint64(0x1F010000) << "DMX_OFFSET=600"
                                               << "DMX_OFFSET=600;LED_CHEMISTRY=RGBW";
-    QTest::newRow("hexadecimal offset shown in decimal")
-        << quint64(0x1F010000) << "DMX_OFFSET=0x10" << "DMX_OFFSET=16;LED_CHEMISTRY=RGBW";
+    QTest::newRow("hexadecimal offset shown in decimal") << quint64(0x1F010000) << "DMX_OFFSET=0x10"
+                                                         << "DMX_OFFSET=16;LED_CHEMISTRY=RGBW";
     QTest::newRow("product-code definitions when no plain range holds the serial")
         << quint64(0x7A7001000042ULL) << "RDM_DMX_ADDRESS=17"
         << "RDM_DMX_ADDRESS=17;LED_CHEMISTRY=RGB";
@@ -211,7 +214,8 @@ void tst_DefinitionPropertyFormat::roundTripThroughAMapFile()
     MapModel loaded;
     loaded.setPropertyFormat(m_format);
     QVERIFY(load(loaded, bytes));
-    QCOMPARE(loaded.dataSupply(0x10)->deviceProperties(), model.dataSupply(0x10)->deviceProperties());
+    QCOMPARE(loaded.dataSupply(0x10)->deviceProperties(),
+             model.dataSupply(0x10)->deviceProperties());
     // Every light comes back with what it held; the chemistry a light lacked is now set,
     // and text that was already the text form comes back as the value.
     QMap<QString, QString> first = held.at(0);
@@ -219,7 +223,8 @@ void tst_DefinitionPropertyFormat::roundTripThroughAMapFile()
     QMap<QString, QString> second = held.at(1);
     second.insert("LED_CHEMISTRY", "1");
     QCOMPARE(loaded.light(0x21)->deviceProperties(), second);
-    QCOMPARE(loaded.light(0x22)->deviceProperties(), (QMap<QString, QString>{{"LED_CHEMISTRY", "1"}}));
+    QCOMPARE(loaded.light(0x22)->deviceProperties(),
+             (QMap<QString, QString>{{"LED_CHEMISTRY", "1"}}));
     QCOMPARE(loaded.light(0x23)->deviceProperties(), held.at(3));
 
     // Saving what was loaded gives the same file.

@@ -169,10 +169,14 @@ void tst_DeviceCatalogue::genericFixtures_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("chemistry");
 
-    QTest::newRow("3-Ch") << "Generic 3-Ch" << "RGB";
-    QTest::newRow("RGBW") << "Generic RGBW" << "RGBW";
-    QTest::newRow("RGBAW") << "Generic RGBAW" << "RGBAW";
-    QTest::newRow("white") << "Generic White" << "Neutral White";
+    QTest::newRow("3-Ch") << "Generic 3-Ch"
+                          << "RGB";
+    QTest::newRow("RGBW") << "Generic RGBW"
+                          << "RGBW";
+    QTest::newRow("RGBAW") << "Generic RGBAW"
+                           << "RGBAW";
+    QTest::newRow("white") << "Generic White"
+                           << "Neutral White";
 }
 
 void tst_DeviceCatalogue::genericFixtures()
@@ -226,8 +230,8 @@ void tst_DeviceCatalogue::dmxOffsetProperty()
     bool noteFound = false;
     for (const QJsonValue &p : rawMap(PropertyMapper::kPropertyMapPath)) {
         if (p.toObject().value("tokenName") == QLatin1String("DMX_OFFSET"))
-            noteFound = p.toObject().value("comments")
-                        == QLatin1String("DMX Address = offset + 1. Big endian format.");
+            noteFound = p.toObject().value("comments") ==
+                        QLatin1String("DMX Address = offset + 1. Big endian format.");
     }
     QVERIFY(noteFound);
 }
@@ -272,7 +276,8 @@ void tst_DeviceCatalogue::displayNamesAreUnique()
     // may shadow a token of the other.
     QHash<QString, QString> tokenByName;
     QSet<QString> tokens;
-    for (const QString &path : {PropertyMapper::kPropertyMapPath, PropertyMapper::kRdmPropertyMapPath}) {
+    for (const QString &path :
+         {PropertyMapper::kPropertyMapPath, PropertyMapper::kRdmPropertyMapPath}) {
         for (const QJsonValue &value : rawMap(path)) {
             const QString token = value.toObject().value("tokenName").toString();
             const QString name = value.toObject().value("stringName").toString();

@@ -16,14 +16,14 @@ using EntryPointer = DeviceDictionary::EntryPointer;
 EntryPointer definition(const QString &name, const QStringList &ranges,
                         const QString &type = QStringLiteral("FIXTURE"))
 {
-    QByteArray json = "{\"DeviceType\": \"" + type.toUtf8() + "\", \"DeviceName\": \""
-                      + name.toUtf8() + "\", \"SerialNumberRanges\": [";
+    QByteArray json = "{\"DeviceType\": \"" + type.toUtf8() + "\", \"DeviceName\": \"" +
+                      name.toUtf8() + "\", \"SerialNumberRanges\": [";
     for (int i = 0; i < ranges.size(); ++i) {
         const QString code = ranges.at(i).section(QLatin1Char('/'), 1);
         const QString bounds = ranges.at(i).section(QLatin1Char('/'), 0, 0);
-        json += (i ? ", " : "") + QByteArray("{\"start\": \"")
-                + bounds.section(QLatin1Char('-'), 0, 0).toUtf8() + "\", \"end\": \""
-                + bounds.section(QLatin1Char('-'), 1).toUtf8() + "\"";
+        json += (i ? ", " : "") + QByteArray("{\"start\": \"") +
+                bounds.section(QLatin1Char('-'), 0, 0).toUtf8() + "\", \"end\": \"" +
+                bounds.section(QLatin1Char('-'), 1).toUtf8() + "\"";
         if (!code.isEmpty())
             json += ", \"productCode\": \"" + code.toUtf8() + "\"";
         json += "}";
@@ -160,10 +160,14 @@ void tst_DeviceDictionary::productCodeLookupInRegistryOrder()
 {
     LogCapture log;
     DeviceDictionary dictionary;
-    dictionary.addEntry(definition(QStringLiteral("B"), {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0200"}));
-    dictionary.addEntry(definition(QStringLiteral("A"), {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0102"}));
-    dictionary.addEntry(definition(QStringLiteral("Narrow"), {"7A7001000000-7A70010000FF/D.0301-P.0101-F.0300"}));
-    dictionary.addEntry(definition(QStringLiteral("Wide"), {"7A7000000000-7A70FFFFFFFF/D.0001-P.0101-F.0001"}));
+    dictionary.addEntry(
+        definition(QStringLiteral("B"), {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0200"}));
+    dictionary.addEntry(
+        definition(QStringLiteral("A"), {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0102"}));
+    dictionary.addEntry(
+        definition(QStringLiteral("Narrow"), {"7A7001000000-7A70010000FF/D.0301-P.0101-F.0300"}));
+    dictionary.addEntry(
+        definition(QStringLiteral("Wide"), {"7A7000000000-7A70FFFFFFFF/D.0001-P.0101-F.0001"}));
     // Start, then end, then product code (string order).
     QCOMPARE(names(dictionary.productCodeEntriesForSerial(0x7A7001000010ULL)),
              (QStringList{"Wide", "Narrow", "A", "B"}));
@@ -171,7 +175,8 @@ void tst_DeviceDictionary::productCodeLookupInRegistryOrder()
              (QStringList{"Wide", "A", "B"}));
 
     // The same product-code key again replaces the entry without a message.
-    dictionary.addEntry(definition(QStringLiteral("A2"), {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0102"}));
+    dictionary.addEntry(
+        definition(QStringLiteral("A2"), {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0102"}));
     QCOMPARE(names(dictionary.productCodeEntriesForSerial(0x7A7001000100ULL)),
              (QStringList{"Wide", "A2", "B"}));
     QCOMPARE(dictionary.productCodeRanges().size(), 4);
@@ -181,7 +186,8 @@ void tst_DeviceDictionary::productCodeLookupInRegistryOrder()
 void tst_DeviceDictionary::deviceNameTest()
 {
     DeviceDictionary dictionary;
-    dictionary.addEntry(definition(QStringLiteral("Generic RDM Fixture"), {"7A7000000000-7A70FFFFFFFF"}));
+    dictionary.addEntry(
+        definition(QStringLiteral("Generic RDM Fixture"), {"7A7000000000-7A70FFFFFFFF"}));
     dictionary.addEntry(definition(QStringLiteral("Graze RDM"),
                                    {"7A7001000000-7A7001FFFFFF/D.0301-P.0101-F.0102"}));
     const quint64 serial = 0x7A7001000001ULL;
@@ -200,9 +206,9 @@ void tst_DeviceDictionary::registriesAreOrderedAsUnsigned()
     dictionary.addEntry(definition(QStringLiteral("Low"), {"10-1F", "10-11"}));
     const QList<SerialRange> ranges = dictionary.serialRanges();
     QCOMPARE(ranges, (QList<SerialRange>{{0x10, 0x11},
-                                          {0x10, 0x1F},
-                                          {0x7A7000000000ULL, 0x7A70FFFFFFFFULL},
-                                          {0xFFFFFFFFFFFFFF00ULL, 0xFFFFFFFFFFFFFFFFULL}}));
+                                         {0x10, 0x1F},
+                                         {0x7A7000000000ULL, 0x7A70FFFFFFFFULL},
+                                         {0xFFFFFFFFFFFFFF00ULL, 0xFFFFFFFFFFFFFFFFULL}}));
 }
 
 void tst_DeviceDictionary::entriesOfType()

@@ -74,9 +74,9 @@ void tst_DeviceEntry::serialRanges()
         "10130000"
     ]})json");
     QCOMPARE(e.deviceName(), QStringLiteral("Graze"));
-    QCOMPARE(e.serialRanges(), (QVector<SerialRange>{{0x10110000, 0x1011FFFF},
-                                                      {0, 0x20},
-                                                      {0, 0xFFFFFFFFFFFFFFFFULL}}));
+    QCOMPARE(
+        e.serialRanges(),
+        (QVector<SerialRange>{{0x10110000, 0x1011FFFF}, {0, 0x20}, {0, 0xFFFFFFFFFFFFFFFFULL}}));
     QCOMPARE(e.productCodeRanges(),
              (QVector<ProductCodeRange>{
                  {0x7A7001000000ULL, 0x7A7001FFFFFFULL, QStringLiteral("D.0301-P.0101-F.0102")}}));
@@ -112,14 +112,17 @@ void tst_DeviceEntry::fileVerification_data()
     QTest::newRow("one record")
         << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
                           "Verified Date": "10-15-2018"}]})json")
-        << true << "AB" << "10-15-2018";
+        << true << "AB"
+        << "10-15-2018";
     QTest::newRow("later record overwrites what it holds")
         << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
                           "Verified Date": "10-15-2018"}, {"Verified By": "CD"}]})json")
-        << true << "CD" << "10-15-2018";
-    QTest::newRow("not an array")
-        << QByteArray(R"json({"FileVerification": {"Verified": true}})json") << false << "Not Verified"
-        << "Not Verified";
+        << true << "CD"
+        << "10-15-2018";
+    QTest::newRow("not an array") << QByteArray(
+                                         R"json({"FileVerification": {"Verified": true}})json")
+                                  << false << "Not Verified"
+                                  << "Not Verified";
 }
 
 void tst_DeviceEntry::fileVerification()
@@ -144,17 +147,18 @@ void tst_DeviceEntry::staticValues_data()
                               << "sftLocation" << qint64(32644);
     QTest::newRow("decimal text reads as 0")
         << QByteArray(R"json({"name": "X", "value": "12"})json") << "X" << qint64(0);
-    QTest::newRow("keys in any case") << QByteArray(R"json({"NAME": "X", "VALUE": 5})json") << "X"
-                                      << qint64(5);
+    QTest::newRow("keys in any case")
+        << QByteArray(R"json({"NAME": "X", "VALUE": 5})json") << "X" << qint64(5);
     QTest::newRow("number") << QByteArray(R"json({"name": "LED_CHEMISTRY", "value": 3})json")
                             << "LED_CHEMISTRY" << qint64(3);
-    QTest::newRow("no value stores 0") << QByteArray(R"json({"name": "X"})json") << "X" << qint64(0);
-    QTest::newRow("bad hex reads as 0") << QByteArray(R"json({"name": "X", "value": "0xZZ"})json") << "X"
-                                        << qint64(0);
+    QTest::newRow("no value stores 0")
+        << QByteArray(R"json({"name": "X"})json") << "X" << qint64(0);
+    QTest::newRow("bad hex reads as 0")
+        << QByteArray(R"json({"name": "X", "value": "0xZZ"})json") << "X" << qint64(0);
     QTest::newRow("0X is not 0x") << QByteArray(R"json({"name": "X", "value": "0X10"})json") << "X"
                                   << qint64(0);
-    QTest::newRow("wide hex") << QByteArray(R"json({"name": "X", "value": "0xFFFFFFFF"})json") << "X"
-                              << qint64(0xFFFFFFFF);
+    QTest::newRow("wide hex") << QByteArray(R"json({"name": "X", "value": "0xFFFFFFFF"})json")
+                              << "X" << qint64(0xFFFFFFFF);
 }
 
 void tst_DeviceEntry::staticValues()
@@ -194,10 +198,12 @@ void tst_DeviceEntry::discoverPort_data()
     QTest::addColumn<int>("port");
 
     QTest::newRow("decimal text") << QByteArray(R"json({"DiscoverPort": "6100"})json") << 6100;
-    QTest::newRow("number has no text form") << QByteArray(R"json({"DiscoverPort": 6100})json") << 6038;
+    QTest::newRow("number has no text form")
+        << QByteArray(R"json({"DiscoverPort": 6100})json") << 6038;
     QTest::newRow("not a number") << QByteArray(R"json({"DiscoverPort": "port"})json") << 6038;
     QTest::newRow("beyond 16 bits") << QByteArray(R"json({"DiscoverPort": "70000"})json") << 6038;
-    QTest::newRow("hex is not decimal") << QByteArray(R"json({"DiscoverPort": "0x17"})json") << 6038;
+    QTest::newRow("hex is not decimal")
+        << QByteArray(R"json({"DiscoverPort": "0x17"})json") << 6038;
     QTest::newRow("missing") << QByteArray(R"json({"DeviceName": "X"})json") << 0;
 }
 
@@ -258,7 +264,8 @@ void tst_DeviceEntry::unreadableFiles_data()
     QTest::newRow("empty object") << QByteArray("{ }") << true;
     QTest::newRow("array") << QByteArray(R"json([{"DeviceType": "FIXTURE"}])json") << true;
     QTest::newRow("cut short")
-        << QByteArray(R"json({"DeviceType": "FIXTURE", "SerialNumberRanges": [{"start": "1")json") << true;
+        << QByteArray(R"json({"DeviceType": "FIXTURE", "SerialNumberRanges": [{"start": "1")json")
+        << true;
 }
 
 void tst_DeviceEntry::unreadableFiles()

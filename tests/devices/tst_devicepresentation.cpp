@@ -14,9 +14,9 @@ std::shared_ptr<const DeviceEntry> definition(const QByteArray &name, const QByt
                                               const QByteArray &end)
 {
     return std::make_shared<const DeviceEntry>(
-        QStringLiteral("x.json"), "{\"DeviceType\": \"FIXTURE\", \"DeviceName\": \"" + name
-                                      + "\", \"SerialNumberRanges\": [{\"start\": \"" + start
-                                      + "\", \"end\": \"" + end + "\"}]}");
+        QStringLiteral("x.json"), "{\"DeviceType\": \"FIXTURE\", \"DeviceName\": \"" + name +
+                                      "\", \"SerialNumberRanges\": [{\"start\": \"" + start +
+                                      "\", \"end\": \"" + end + "\"}]}");
 }
 
 } // namespace
@@ -73,7 +73,8 @@ void tst_DevicePresentation::protocolVersions()
     QFETCH(int, version);
     QCOMPARE(protocolVersionFromText(text), version);
     if (version)
-        QCOMPARE(protocolVersionTexts().at(protocolVersionIndex(version)).toLower(), text.toLower());
+        QCOMPARE(protocolVersionTexts().at(protocolVersionIndex(version)).toLower(),
+                 text.toLower());
     // Versions outside 1..3 leave the combo at its first item.
     QCOMPARE(protocolVersionIndex(0), 0);
     QCOMPARE(protocolVersionIndex(7), 0);
@@ -109,8 +110,10 @@ void tst_DevicePresentation::unknownKindsAreTheGenericFixture_data()
     QTest::addColumn<quint64>("serial");
     QTest::addColumn<QString>("kind");
 
-    QTest::newRow("known") << QByteArray("Vela Graze RGB") << quint64(0x10110000) << "Vela Graze RGB";
-    QTest::newRow("no definition") << QByteArray("Vela Graze RGB") << quint64(0x99) << "Vela Fixture";
+    QTest::newRow("known") << QByteArray("Vela Graze RGB") << quint64(0x10110000)
+                           << "Vela Graze RGB";
+    QTest::newRow("no definition")
+        << QByteArray("Vela Graze RGB") << quint64(0x99) << "Vela Fixture";
     // A definition that itself calls its kind "unknown device" is not shown under that name.
     QTest::newRow("named unknown in another case")
         << QByteArray("UNKNOWN DEVICE") << quint64(0x10110000) << "Vela Fixture";

@@ -53,37 +53,39 @@ void tst_MemoryMapEntry::addressForms_data()
     QTest::addColumn<bool>("logged");
 
     using L = QList<int>;
-    QTest::newRow("one location") << QByteArray(R"json({"address": 5})json") << L{5} << L{5} << true << false;
-    QTest::newRow("0 is no location") << QByteArray(R"json({"address": 0})json") << L{} << L{} << true << false;
-    QTest::newRow("pair, high byte first")
-        << QByteArray(R"json({"address": [64, 65]})json") << L{64, 65} << L{64, 65} << true << false;
+    QTest::newRow("one location") << QByteArray(R"json({"address": 5})json") << L{5} << L{5} << true
+                                  << false;
+    QTest::newRow("0 is no location")
+        << QByteArray(R"json({"address": 0})json") << L{} << L{} << true << false;
+    QTest::newRow("pair, high byte first") << QByteArray(R"json({"address": [64, 65]})json")
+                                           << L{64, 65} << L{64, 65} << true << false;
     QTest::newRow("0 kept inside an array")
         << QByteArray(R"json({"address": [0, 7]})json") << L{0, 7} << L{0, 7} << true << false;
     QTest::newRow("empty array, set by other messages")
         << QByteArray(R"json({"address": []})json") << L{} << L{} << true << false;
     QTest::newRow("separate read and write")
-        << QByteArray(R"json({"readAddress": 22, "writeAddress": 16})json") << L{22} << L{16} << false
-        << false;
+        << QByteArray(R"json({"readAddress": 22, "writeAddress": 16})json") << L{22} << L{16}
+        << false << false;
     QTest::newRow("read-only reading")
-        << QByteArray(R"json({"readAddress": [48, 49], "writeAddress": []})json") << L{48, 49} << L{}
-        << false << false;
+        << QByteArray(R"json({"readAddress": [48, 49], "writeAddress": []})json") << L{48, 49}
+        << L{} << false << false;
     QTest::newRow("read and write win over address")
-        << QByteArray(R"json({"address": 5, "readAddress": 6, "writeAddress": 7})json") << L{6} << L{7}
-        << false << false;
+        << QByteArray(R"json({"address": 5, "readAddress": 6, "writeAddress": 7})json") << L{6}
+        << L{7} << false << false;
     QTest::newRow("address with only readAddress")
         << QByteArray(R"json({"address": 5, "readAddress": 6})json") << L{} << L{} << true << true;
     QTest::newRow("address with only writeAddress")
         << QByteArray(R"json({"address": 5, "writeAddress": 6})json") << L{} << L{} << true << true;
-    QTest::newRow("only readAddress") << QByteArray(R"json({"readAddress": 6})json") << L{} << L{} << true
-                                      << true;
+    QTest::newRow("only readAddress")
+        << QByteArray(R"json({"readAddress": 6})json") << L{} << L{} << true << true;
     QTest::newRow("no address at all")
         << QByteArray(R"json({"name": "X"})json") << L{} << L{} << true << true;
     QTest::newRow("low 16 bits kept")
         << QByteArray(R"json({"address": 65541})json") << L{5} << L{5} << true << false;
     QTest::newRow("low 16 bits inside an array")
         << QByteArray(R"json({"address": [65536, 1]})json") << L{0, 1} << L{0, 1} << true << false;
-    QTest::newRow("negative wraps") << QByteArray(R"json({"address": -1})json") << L{65535} << L{65535}
-                                    << true << false;
+    QTest::newRow("negative wraps")
+        << QByteArray(R"json({"address": -1})json") << L{65535} << L{65535} << true << false;
     QTest::newRow("text is not a number")
         << QByteArray(R"json({"address": "5"})json") << L{} << L{} << true << false;
     QTest::newRow("huge number does not overflow")
@@ -118,9 +120,9 @@ void tst_MemoryMapEntry::defaultsAndKeys_data()
     QTest::addColumn<int>("access");
     QTest::addColumn<QStringList>("categories");
 
-    QTest::newRow("nothing given") << QByteArray(R"json({"address": 1})json")
-                                   << QStringLiteral("UNKNOWN_TOKEN_NAME") << false << 0 << -1
-                                   << QStringList();
+    QTest::newRow("nothing given")
+        << QByteArray(R"json({"address": 1})json") << QStringLiteral("UNKNOWN_TOKEN_NAME") << false
+        << 0 << -1 << QStringList();
     QTest::newRow("defaultValue counts")
         << QByteArray(R"json({"name": "DIMMING_CURVE", "address": 1, "defaultValue": 0})json")
         << QStringLiteral("DIMMING_CURVE") << true << 0 << -1 << QStringList();

@@ -81,7 +81,8 @@ void tst_PropertyMapper::readsEveryKey()
     QCOMPARE(dmx->values().max, qint64(511));
     QVERIFY(!dmx->values().hasOptions());
 
-    const std::optional<PropertyEntry> chemistry = mapper->property(QStringLiteral("LED_CHEMISTRY"));
+    const std::optional<PropertyEntry> chemistry =
+        mapper->property(QStringLiteral("LED_CHEMISTRY"));
     QVERIFY(chemistry);
     QCOMPARE(chemistry->category(), QStringList{"information"});
     QVERIFY(!chemistry->values().hasBounds());
@@ -195,22 +196,46 @@ void tst_PropertyMapper::valueToText_data()
     QTest::addColumn<QString>("text");
 
     const QString unsupported = QStringLiteral("Unsupported Mapping");
-    QTest::newRow("offset 0") << "DMX_OFFSET" << "0" << "0";
-    QTest::newRow("offset 511") << "DMX_OFFSET" << "511" << "511";
-    QTest::newRow("offset above range") << "DMX_OFFSET" << "512" << unsupported;
-    QTest::newRow("offset below range") << "DMX_OFFSET" << "-1" << unsupported;
-    QTest::newRow("offset hex shown in decimal") << "DMX_OFFSET" << "0x1F" << "31";
-    QTest::newRow("offset spaces") << "DMX_OFFSET" << " 12 " << "12";
-    QTest::newRow("offset text") << "DMX_OFFSET" << "twelve" << unsupported;
-    QTest::newRow("hex only for the offset") << "LIMIT" << "0x20" << unsupported;
-    QTest::newRow("option") << "LED_CHEMISTRY" << "2" << "RGBW";
-    QTest::newRow("not an option") << "LED_CHEMISTRY" << "3" << unsupported;
-    QTest::newRow("text is not a value") << "LED_CHEMISTRY" << "RGB" << unsupported;
-    QTest::newRow("free text") << "DEVICE_NAME" << "North PDS" << "North PDS";
-    QTest::newRow("option beside bounds") << "BOTH" << "0" << "Auto";
-    QTest::newRow("inside bounds beside options") << "BOTH" << "5" << "5";
-    QTest::newRow("outside both") << "BOTH" << "11" << unsupported;
-    QTest::newRow("unknown token") << "NO_SUCH_TOKEN" << "1" << unsupported;
+    QTest::newRow("offset 0") << "DMX_OFFSET"
+                              << "0"
+                              << "0";
+    QTest::newRow("offset 511") << "DMX_OFFSET"
+                                << "511"
+                                << "511";
+    QTest::newRow("offset above range") << "DMX_OFFSET"
+                                        << "512" << unsupported;
+    QTest::newRow("offset below range") << "DMX_OFFSET"
+                                        << "-1" << unsupported;
+    QTest::newRow("offset hex shown in decimal") << "DMX_OFFSET"
+                                                 << "0x1F"
+                                                 << "31";
+    QTest::newRow("offset spaces") << "DMX_OFFSET"
+                                   << " 12 "
+                                   << "12";
+    QTest::newRow("offset text") << "DMX_OFFSET"
+                                 << "twelve" << unsupported;
+    QTest::newRow("hex only for the offset") << "LIMIT"
+                                             << "0x20" << unsupported;
+    QTest::newRow("option") << "LED_CHEMISTRY"
+                            << "2"
+                            << "RGBW";
+    QTest::newRow("not an option") << "LED_CHEMISTRY"
+                                   << "3" << unsupported;
+    QTest::newRow("text is not a value") << "LED_CHEMISTRY"
+                                         << "RGB" << unsupported;
+    QTest::newRow("free text") << "DEVICE_NAME"
+                               << "North PDS"
+                               << "North PDS";
+    QTest::newRow("option beside bounds") << "BOTH"
+                                          << "0"
+                                          << "Auto";
+    QTest::newRow("inside bounds beside options") << "BOTH"
+                                                  << "5"
+                                                  << "5";
+    QTest::newRow("outside both") << "BOTH"
+                                  << "11" << unsupported;
+    QTest::newRow("unknown token") << "NO_SUCH_TOKEN"
+                                   << "1" << unsupported;
 }
 
 void tst_PropertyMapper::valueToText()
@@ -228,21 +253,44 @@ void tst_PropertyMapper::textToValue_data()
     QTest::addColumn<QString>("value");
 
     const QString unsupported = QStringLiteral("Unsupported Mapping");
-    QTest::newRow("offset decimal") << "DMX_OFFSET" << "31" << "31";
-    QTest::newRow("offset hex") << "DMX_OFFSET" << "0x1F" << "31";
-    QTest::newRow("offset hex above range") << "DMX_OFFSET" << "0x200" << unsupported;
-    QTest::newRow("offset empty") << "DMX_OFFSET" << "" << unsupported;
-    QTest::newRow("option") << "LED_CHEMISTRY" << "RGBW" << "2";
-    QTest::newRow("option in another case") << "LED_CHEMISTRY" << "rgbw" << "2";
-    QTest::newRow("unknown option") << "LED_CHEMISTRY" << "RGBAW" << unsupported;
-    QTest::newRow("number for an option-only property") << "LED_CHEMISTRY" << "2" << unsupported;
-    QTest::newRow("free text") << "DEVICE_NAME" << "Canopy" << "Canopy";
-    QTest::newRow("option beside bounds") << "BOTH" << "Auto" << "0";
-    QTest::newRow("number inside bounds") << "BOTH" << "7" << "7";
-    QTest::newRow("number outside bounds") << "BOTH" << "0" << unsupported;
-    QTest::newRow("range keys in any case") << "LIMIT" << "50" << "50";
-    QTest::newRow("below range") << "LIMIT" << "5" << unsupported;
-    QTest::newRow("unknown token") << "NO_SUCH_TOKEN" << "1" << unsupported;
+    QTest::newRow("offset decimal") << "DMX_OFFSET"
+                                    << "31"
+                                    << "31";
+    QTest::newRow("offset hex") << "DMX_OFFSET"
+                                << "0x1F"
+                                << "31";
+    QTest::newRow("offset hex above range") << "DMX_OFFSET"
+                                            << "0x200" << unsupported;
+    QTest::newRow("offset empty") << "DMX_OFFSET"
+                                  << "" << unsupported;
+    QTest::newRow("option") << "LED_CHEMISTRY"
+                            << "RGBW"
+                            << "2";
+    QTest::newRow("option in another case") << "LED_CHEMISTRY"
+                                            << "rgbw"
+                                            << "2";
+    QTest::newRow("unknown option") << "LED_CHEMISTRY"
+                                    << "RGBAW" << unsupported;
+    QTest::newRow("number for an option-only property") << "LED_CHEMISTRY"
+                                                        << "2" << unsupported;
+    QTest::newRow("free text") << "DEVICE_NAME"
+                               << "Canopy"
+                               << "Canopy";
+    QTest::newRow("option beside bounds") << "BOTH"
+                                          << "Auto"
+                                          << "0";
+    QTest::newRow("number inside bounds") << "BOTH"
+                                          << "7"
+                                          << "7";
+    QTest::newRow("number outside bounds") << "BOTH"
+                                           << "0" << unsupported;
+    QTest::newRow("range keys in any case") << "LIMIT"
+                                            << "50"
+                                            << "50";
+    QTest::newRow("below range") << "LIMIT"
+                                 << "5" << unsupported;
+    QTest::newRow("unknown token") << "NO_SUCH_TOKEN"
+                                   << "1" << unsupported;
 }
 
 void tst_PropertyMapper::textToValue()
