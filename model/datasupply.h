@@ -108,6 +108,22 @@ signals:
     void updatedDataSupplyProperty(quint64 uid, const QString &name, const QString &value);
     void updatedLightProperty(quint64 lightUid, const QString &name, const QString &value);
 
+    // Transport signals: one frame per port or per supply, built by the frame writer and
+    // turned into packets by whoever registered the supply for output.
+    void signalSendDmxFrame(const QString &ip, quint16 startCode, quint16 timerVal,
+                            const QByteArray &dmxData);
+    void signalSendBroadcastDmxFrame(quint32 universe, quint16 startCode, quint16 timerVal,
+                                     const QByteArray &dmxData);
+    void signalSendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags,
+                           quint16 startCode, const QByteArray &dmxData);
+    void signalSendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags,
+                                    quint16 startCode, const QByteArray &dmxData);
+    void signalSendSetValue(const QString &ipAddress, quint64 serialNumber,
+                            const QString &propertyName, const QString &propertyValue);
+    void signalSendSACNData(const QString &ip, const QByteArray &data);
+    void signalSendArtNetData(const QString &ip, const QByteArray &data);
+    void signalSendBufferByUSBPortIndex(quint64 deviceId, int portIndex, const QByteArray &data);
+
 private:
     void changed() { emit updatedDataSupply(m_uid); }
 

@@ -264,6 +264,14 @@ bool MapModel::loadFromFile(const QString &path)
         emit msg(QStringLiteral("Error: Unable to open file."));
         return false;
     }
+    if (file.size() > kMaxMapFileBytes) {
+        const QString text = QStringLiteral("Error: Map file is too large (%1 bytes; the limit is %2 MB).")
+                                 .arg(file.size())
+                                 .arg(kMaxMapFileBytes >> 20);
+        qCDebug(lcModel) << text;
+        emit msg(text);
+        return false;
+    }
     return loadFromDevice(file);
 }
 

@@ -25,6 +25,9 @@ class MapModel final : public QObject
 public:
     // Installations reach 15,000 lights; reserving up front keeps loads free of rehashing.
     static constexpr int kReservedEntries = 15000;
+    // A map of 15,000 lights takes about 8 MB; anything past this is not a map we wrote and
+    // would only exhaust memory.
+    static constexpr qint64 kMaxMapFileBytes = qint64(256) << 20;
 
     explicit MapModel(QObject *parent = nullptr);
     ~MapModel() override;

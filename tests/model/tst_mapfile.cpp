@@ -73,6 +73,7 @@ private slots:
     void badDocumentsLoadNothing();
     void parseErrorReportsLineAndColumn();
     void missingFileIsReported();
+    void hugeFileIsRefused();
     void duplicatesAreRefusedAndLoadGoesOn();
     void selectionGroupIsNeverWritten();
     void loadMessagesAndSignalsInOrder();
@@ -342,6 +343,20 @@ void tst_MapFile::missingFileIsReported()
     QVERIFY(!model.loadFromFile(QStringLiteral("/nonexistent/plan.map")));
     QCOMPARE(messagesOf(messages), QStringList({"Opening map file: /nonexistent/plan.map",
                                                 "Error: Unable to open file."}));
+}
+
+void tst_MapFile::hugeFileIsRefused()
+{
+    QTemporaryDir dir;
+    QFile f(dir.filePath(QStringLiteral("huge.map")));
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write("<map>");
+    QVERIFY(f.resize(MapModel::kMaxMapFileBytes + 1)); // sparse: costs no disk
+    f.close();
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    QVERIFY(!model.loadFromFile(f.fileName()));
+    QCOMPARE(messagesOf(messages).last(), QStringLiteral("Error: Map file is too large (268435457 bytes; the limit is 256 MB)."));
 }
 
 void tst_MapFile::duplicatesAreRefusedAndLoadGoesOn()

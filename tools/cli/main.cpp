@@ -1,6 +1,9 @@
 #include "clicommand.h"
 #include "devicescommand.h"
+#include "discovercommand.h"
 #include "mapcommand.h"
+#include "net/dottedquad.h"
+#include "net/ksocket.h"
 
 #include <QCoreApplication>
 
@@ -17,6 +20,9 @@ struct Command
 
 const Command kCommands[] = {
     {"map", "inspect and rewrite map files (info, resave)", runMapCommand},
+    {"discover", "find the supplies on the network and their ports", runDiscoverCommand},
+    {"scan", "discover, then find the lights on every port", runDiscoverCommand},
+    {"read", "scan, then read every light's stored data", runDiscoverCommand},
     {"devices", "list device definitions; which one a serial belongs to", runDevicesCommand},
 };
 
@@ -25,7 +31,44 @@ void printUsage(QTextStream &stream)
     stream << "Usage: orrery-cli COMMAND [OPTIONS] ...\n\nCommands:\n";
     for (const Command &c : kCommands)
         stream << "  " << QString::fromLatin1(c.name).leftJustified(10) << c.summary << "\n";
+    stream << "\nGlobal options:\n"
+              "  --broadcast ADDRESS  send the protocol's broadcasts to ADDRESS (for example the\n"
+              "                       directed broadcast of the installation's network) instead\n"
+              "                       of eth0's broadcast address or 255.255.255.255\n";
     stream << "\n'orrery-cli COMMAND --help' describes a command." << Qt::endl;
+}
+
+// Takes the global "--broadcast ADDRESS" (or "--broadcast=ADDRESS") out of the arguments, so
+// the commands' own parsers never see it, and makes ADDRESS the broadcast address of every
+// protocol socket created from now on. False, with a message, when the value is missing or not
+// a dotted-quad address.
+bool takeBroadcastOption(QStringList &arguments)
+{
+    const QString option = QStringLiteral("--broadcast");
+    for (int i = 1; i < arguments.size() && arguments.at(i) != QLatin1String("--");) {
+        QString value;
+        if (arguments.at(i) == option) {
+            if (i + 1 >= arguments.size()) {
+                err() << "orrery-cli: --broadcast needs an ADDRESS\n";
+                return false;
+            }
+            value = arguments.at(i + 1);
+            arguments.erase(arguments.begin() + i, arguments.begin() + i + 2);
+        } else if (arguments.at(i).startsWith(option + QLatin1Char('='))) {
+            value = arguments.takeAt(i).mid(option.size() + 1);
+        } else {
+            ++i;
+            continue;
+        }
+        const std::optional<quint32> address = parseDottedQuad(value);
+        if (!address) {
+            err() << "orrery-cli: --broadcast needs an IPv4 address such as 192.168.1.255, not: "
+                  << value << "\n";
+            return false;
+        }
+        KSocket::setDefaultBroadcastAddress(QHostAddress(*address));
+    }
+    return true;
 }
 
 } // namespace
@@ -36,7 +79,11 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Taviren"));
     QCoreApplication::setApplicationName(QStringLiteral("Orrery"));
 
-    const QStringList arguments = QCoreApplication::arguments();
+    QStringList arguments = QCoreApplication::arguments();
+    if (!takeBroadcastOption(arguments)) {
+        printUsage(err());
+        return ExitUsage;
+    }
     const QString name = arguments.value(1);
     if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
         printUsage(out());

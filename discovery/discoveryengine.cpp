@@ -1,0 +1,575 @@
+#include "discovery/discoveryengine.h"
+
+#include "discovery/discoverylogging.h"
+#include "model/datasupply.h"
+#include "model/light.h"
+#include "net/vistra.h"
+
+#include <QHostAddress>
+#include <QThread>
+
+namespace {
+
+// The protocol asks supplies to reply to this address; supplies answer by broadcast when
+// they cannot reach it, which is what we listen for.
+const QString kDiscoverTarget = QStringLiteral("10.1.1.222");
+
+constexpr quint64 kClassicSerialLimit = 0xFFFFFFFFULL;
+
+QString ipText(quint32 ip)
+{
+    return QHostAddress(ip).toString();
+}
+
+QString macText(const char *mac)
+{
+    const auto *bytes = reinterpret_cast<const uchar *>(mac);
+    return QStringLiteral("%1:%2:%3:%4:%5:%6")
+        .arg(bytes[0], 2, 16, QLatin1Char('0'))
+        .arg(bytes[1], 2, 16, QLatin1Char('0'))
+        .arg(bytes[2], 2, 16, QLatin1Char('0'))
+        .arg(bytes[3], 2, 16, QLatin1Char('0'))
+        .arg(bytes[4], 2, 16, QLatin1Char('0'))
+        .arg(bytes[5], 2, 16, QLatin1Char('0'))
+        .toUpper();
+}
+
+// The supply's protocol kind is the interface version the user sees ("Vistra v1".."v3").
+int protocolKind(const DataSupply &supply)
+{
+    return supply.version();
+}
+
+// A 512-byte frame from whatever the supply built: cut or zero-padded.
+QByteArray fullFrame(const QByteArray &data)
+{
+    QByteArray frame = data.left(512);
+    frame.append(QByteArray(512 - frame.size(), '\0'));
+    return frame;
+}
+
+} // namespace
+
+DiscoveryEngine::DiscoveryEngine(QObject *parent)
+    : QObject(parent), m_protocol(new Vistra(this)),
+      m_readPlan(std::make_shared<LightReadPlan>())
+{
+    m_readTimer.setSingleShot(true);
+    m_readTimer.setInterval(kReadTimeoutMs);
+    connect(&m_readTimer, &QTimer::timeout, this, &DiscoveryEngine::handleTimeout);
+    connectProtocol();
+    m_lightsBySerial.reserve(15000);
+}
+
+DiscoveryEngine::~DiscoveryEngine() = default;
+
+void DiscoveryEngine::connectProtocol()
+{
+    connect(m_protocol, &Vistra::signalDiscoverResponse, this,
+            &DiscoveryEngine::handleVistraDiscoverResponse);
+    connect(m_protocol, &Vistra::signalDiscoverResponseV3, this,
+            &DiscoveryEngine::handleVistraDiscoverV3Response);
+    connect(m_protocol, &Vistra::signalDiscoverPortsResponse, this,
+            &DiscoveryEngine::handleDiscoverPortsResponse);
+    connect(m_protocol, &Vistra::signalBlinkScanResponse, this,
+            &DiscoveryEngine::handleBlinkScanResponse);
+    connect(m_protocol, &Vistra::signalBlinkScan2SNResponse, this,
+            &DiscoveryEngine::handleBlinkScan2SNResponse);
+    connect(m_protocol, &Vistra::signalCAScanResponse, this,
+            &DiscoveryEngine::handleCAScanResponse);
+    connect(m_protocol, &Vistra::signalBlinkScan2CAResponse, this,
+            &DiscoveryEngine::handleBlinkScan2CAResponse);
+    connect(m_protocol, &Vistra::signalBlinkEEReadResponse, this,
+            &DiscoveryEngine::handleBlinkEEReadResponse);
+    connect(m_protocol, &Vistra::signalDeviceVariableReply, this,
+            &DiscoveryEngine::handleDeviceVariableReply);
+    connect(m_protocol, &Vistra::signalBlinkScan2XRDMResponse, this,
+            &DiscoveryEngine::handleBlinkScan2XRDMResponse);
+    connect(m_protocol, &Vistra::signalRDMGetReply, this, &DiscoveryEngine::handleRDMGetReply);
+}
+
+void DiscoveryEngine::disconnectProtocol()
+{
+    disconnect(m_protocol, nullptr, this, nullptr);
+}
+
+void DiscoveryEngine::setReadPlan(std::shared_ptr<const LightReadPlan> plan)
+{
+    m_readPlan = plan ? std::move(plan) : std::make_shared<LightReadPlan>();
+}
+
+void DiscoveryEngine::discoverControllers()
+{
+    m_readTimer.stop();
+    // Objects of an earlier run that nobody took go with it.
+    for (const auto &supply : qAsConst(m_suppliesByUid)) {
+        if (supply && supply->parent() == this)
+            delete supply.data();
+    }
+    for (const auto &light : qAsConst(m_lightsBySerial)) {
+        if (light && light->parent() == this)
+            delete light.data();
+    }
+    m_suppliesByAddress.clear();
+    m_suppliesByUid.clear();
+    m_lightsBySerial.clear();
+    m_lightsPerPort.clear();
+    m_runs.clear();
+    m_pendingVariables.clear();
+    m_dmxOffsets.clear();
+    repeatDiscover();
+}
+
+void DiscoveryEngine::repeatDiscover()
+{
+    m_protocol->discover(kDiscoverTarget);
+}
+
+QList<DataSupply *> DiscoveryEngine::supplies() const
+{
+    QList<DataSupply *> list;
+    for (const auto &supply : m_suppliesByUid) {
+        if (supply)
+            list << supply.data();
+    }
+    return list;
+}
+
+QList<Light *> DiscoveryEngine::lights() const
+{
+    QList<Light *> list;
+    for (const auto &light : m_lightsBySerial) {
+        if (light)
+            list << light.data();
+    }
+    return list;
+}
+
+std::unique_ptr<DataSupply> DiscoveryEngine::takeSupply(DataSupply *supply)
+{
+    if (!supply || supply->parent() != this)
+        return nullptr;
+    supply->setParent(nullptr);
+    return std::unique_ptr<DataSupply>(supply);
+}
+
+std::unique_ptr<Light> DiscoveryEngine::takeLight(Light *light)
+{
+    if (!light || light->parent() != this)
+        return nullptr;
+    light->setParent(nullptr);
+    return std::unique_ptr<Light>(light);
+}
+
+void DiscoveryEngine::handleVistraDiscoverResponse(char *mac, quint32 ip, quint32 sn, quint16 ver,
+                                                   quint32 uni, char *verstring, char *idstring)
+{
+    addDiscoveredSupply(mac, ip, sn, ver, uni, verstring, idstring);
+}
+
+void DiscoveryEngine::handleVistraDiscoverV3Response(char *mac, quint32 ip, quint64 sn,
+                                                     quint16 ver, quint32 uni, char *verstring,
+                                                     char *idstring)
+{
+    addDiscoveredSupply(mac, ip, sn, ver, uni, verstring, idstring);
+}
+
+void DiscoveryEngine::addDiscoveredSupply(const char *mac, quint32 ip, quint64 sn, quint16 ver,
+                                          quint32 uni, const char *verstring,
+                                          const char *idstring)
+{
+    if (!m_protocol || m_suppliesByAddress.contains(ip))
+        return;
+    auto *supply = new DataSupply(DataSupply::VistraIp, this);
+    // Discovered supplies get a uid of their own from the serial until the map assigns one.
+    supply->setUid(sn);
+    supply->setName(QString::fromLatin1(idstring));
+    supply->setSerialNumber(sn);
+    supply->setUniverse(uni);
+    supply->setIpAddress(QHostAddress(ip));
+    supply->setMacAddress(macText(mac));
+    supply->setVersion(ver);
+    supply->setVersionString(QString::fromLatin1(verstring));
+    supply->setFamily(QString::fromLatin1(idstring));
+    m_suppliesByAddress.insert(ip, supply);
+    m_suppliesByUid.insert(supply->uid(), supply);
+    connect(supply, &DataSupply::signalSendDmxFrame, this, &DiscoveryEngine::handleSendDMXFrame);
+    connect(supply, &DataSupply::signalSendPortOut, this, &DiscoveryEngine::handleSendPortOut);
+    qCDebug(lcDiscovery) << "discovered supply" << supply->name() << ipText(ip) << "serial"
+                         << Qt::hex << sn;
+    emit discoveredController(supply);
+}
+
+void DiscoveryEngine::handleDiscoverPortsResponse(unsigned int ip, unsigned char portcount,
+                                                  unsigned char *portnums,
+                                                  unsigned char *porttypes)
+{
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply)
+        return;
+    if (supply->portCount() != portcount)
+        supply->setPortCount(portcount);
+    for (int i = 0; i < portcount; ++i)
+        supply->setPort(i, SupplyPort{portnums[i], porttypes[i], supply->port(i).flags});
+    emit discoveredPorts(supply->uid(), portcount);
+}
+
+void DiscoveryEngine::registerSupply(DataSupply *supply)
+{
+    if (!supply)
+        return;
+    const quint32 ip = supply->ipAddress().toIPv4Address();
+    m_suppliesByAddress.insert(ip, supply);
+    m_suppliesByUid.insert(supply->uid(), supply);
+    scanLights(supply);
+}
+
+void DiscoveryEngine::scanLights(DataSupply *supply)
+{
+    if (!supply)
+        return;
+    const QString ip = QString::fromLatin1(supply->ipText());
+    switch (protocolKind(*supply)) {
+    case 1:
+        m_protocol->blinkScan(ip);
+        break;
+    case 2:
+    case 3:
+        m_protocol->blinkScan2(ip);
+        break;
+    default:
+        break;
+    }
+}
+
+void DiscoveryEngine::discoverPorts(DataSupply *supply)
+{
+    if (!supply)
+        return;
+    switch (protocolKind(*supply)) {
+    case 1:
+        // A version-1 supply drives one port and cannot be asked about it.
+        emit discoveredPorts(supply->uid(), 1);
+        break;
+    case 2:
+    case 3:
+        m_protocol->discoverPorts(QString::fromLatin1(supply->ipText()));
+        break;
+    default:
+        break;
+    }
+}
+
+Light *DiscoveryEngine::addDiscoveredLight(DataSupply &supply, quint64 serial, unsigned int port)
+{
+    // Scans are repeated to make up for lost datagrams; a light answers once per scan.
+    if (m_lightsBySerial.value(serial))
+        return nullptr;
+    auto *light = new Light(this);
+    light->setUid(serial);
+    light->setSerialNumber(serial);
+    light->setDataSupply(supply.uid());
+    light->setPortNumber(port);
+    light->setLightNumber(m_lightsPerPort[qMakePair(supply.uid(), port)]++);
+    light->setName(QStringLiteral("%1").arg(serial, serial > kClassicSerialLimit ? 12 : 8, 16,
+                                            QLatin1Char('0')).toUpper());
+    m_lightsBySerial.insert(serial, light);
+    emit discoveredLight(light);
+    return light;
+}
+
+void DiscoveryEngine::handleBlinkScanResponse(unsigned int ip, unsigned int serial)
+{
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply)
+        return;
+    if (Light *light = addDiscoveredLight(*supply, serial, 0)) {
+        QList<Light *> list{light};
+        emit discoveredLights(list);
+    }
+}
+
+void DiscoveryEngine::handleBlinkScan2SNResponse(unsigned int ip, unsigned char portNum,
+                                                 unsigned char snCount, QVector<quint64> snList)
+{
+    Q_UNUSED(snCount)
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply || portNum == 0)
+        return;
+    QList<Light *> found;
+    // Ports are counted from 1 on the wire and from 0 in the map.
+    for (quint64 serial : qAsConst(snList)) {
+        if (Light *light = addDiscoveredLight(*supply, serial, portNum - 1u))
+            found << light;
+    }
+    if (!found.isEmpty())
+        emit discoveredLights(found);
+}
+
+void DiscoveryEngine::handleBlinkScan2XRDMResponse(uint ip, unsigned char portNum,
+                                                   QVector<quint64> uidList)
+{
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply || portNum == 0)
+        return;
+    QList<Light *> found;
+    for (quint64 uid : qAsConst(uidList)) {
+        if (Light *light = addDiscoveredLight(*supply, uid, portNum - 1u))
+            found << light;
+    }
+    if (!found.isEmpty())
+        emit discoveredLights(found);
+}
+
+void DiscoveryEngine::handleCAScanResponse(unsigned int ip, unsigned char port1,
+                                           unsigned char port2)
+{
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply)
+        return;
+    emit discoveredChainAddressedCounts(supply->uid(), 0, {port1});
+    emit discoveredChainAddressedCounts(supply->uid(), 1, {port2});
+}
+
+void DiscoveryEngine::handleBlinkScan2CAResponse(unsigned int ip, unsigned char portNum,
+                                                 unsigned char fixtureCount,
+                                                 QVector<quint64> snCountPerPort)
+{
+    Q_UNUSED(fixtureCount)
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply || portNum == 0)
+        return;
+    emit discoveredChainAddressedCounts(supply->uid(), portNum - 1, snCountPerPort);
+}
+
+QString DiscoveryEngine::ipOfLight(const Light &light) const
+{
+    if (const DataSupply *supply = m_suppliesByUid.value(light.dataSupply()))
+        return QString::fromLatin1(supply->ipText());
+    return {};
+}
+
+bool DiscoveryEngine::isReadPending(const Light *light) const
+{
+    return light && m_runs.contains(light->serialNumber());
+}
+
+bool DiscoveryEngine::hasPendingReads() const
+{
+    return !m_runs.isEmpty() || !m_pendingVariables.isEmpty();
+}
+
+void DiscoveryEngine::armTimer(const char *method, const QString &ip, quint64 serial,
+                               quint16 readAddress)
+{
+    m_readTimer.setProperty("method", QString::fromLatin1(method));
+    m_readTimer.setProperty("ip", ip);
+    m_readTimer.setProperty("sn", serial);
+    m_readTimer.setProperty("readAddress", static_cast<uint>(readAddress));
+    m_readTimer.start();
+}
+
+void DiscoveryEngine::readLightData(const QList<Light *> &lights)
+{
+    for (Light *light : lights) {
+        if (!light)
+            continue;
+        const quint64 serial = light->serialNumber();
+        m_lightsBySerial.insert(serial, light);
+        const QString ip = ipOfLight(*light);
+        ReadRun run;
+        if (serial <= kClassicSerialLimit) {
+            run.rdm = false;
+            run.items = {kDmxOffsetHigh, kDmxOffsetLow};
+            run.items += m_readPlan->furtherAddresses(*light);
+            m_runs.insert(serial, run);
+            // The first request of each light goes out unguarded; its answer arms the timer.
+            m_protocol->blinkEERead(ip, static_cast<quint32>(serial), kDmxOffsetHigh);
+        } else {
+            run.rdm = true;
+            run.items = {kRdmDeviceInfo};
+            run.items += m_readPlan->furtherRdmParameters(*light);
+            m_runs.insert(serial, run);
+            QThread::msleep(kRdmPauseMs);
+            m_protocol->rdmGet(ip, serial, kRdmDeviceInfo);
+            armTimer("XRDMGet", ip, serial, kRdmDeviceInfo);
+        }
+    }
+    m_retry = true;
+}
+
+void DiscoveryEngine::resumeLightData(Light *light)
+{
+    if (!light)
+        return;
+    const auto run = m_runs.constFind(light->serialNumber());
+    if (run == m_runs.cend() || run->next >= run->items.size()) {
+        readLightData({light});
+        return;
+    }
+    const QString ip = ipOfLight(*light);
+    const quint16 item = run->items.at(run->next);
+    if (run->rdm) {
+        QThread::msleep(kRdmPauseMs);
+        m_protocol->rdmGet(ip, light->serialNumber(), item);
+        armTimer("XRDMGet", ip, light->serialNumber(), item);
+    } else {
+        m_protocol->blinkEERead(ip, static_cast<quint32>(light->serialNumber()), item);
+        armTimer("EERead", ip, light->serialNumber(), item);
+    }
+}
+
+void DiscoveryEngine::setDmxOffsetByte(Light &light, bool high, quint8 value)
+{
+    quint16 &offset = m_dmxOffsets[light.serialNumber()];
+    // The offset is stored big-endian: 64 holds bits 8-15, 65 bits 0-7.
+    offset = high ? quint16((value << 8) | (offset & 0x00FF)) : quint16((offset & 0xFF00) | value);
+    light.setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(offset));
+}
+
+void DiscoveryEngine::handleBlinkEEReadResponse(unsigned int ip, unsigned int sn,
+                                                unsigned char addr, unsigned char b)
+{
+    Q_UNUSED(ip)
+    Light *light = m_lightsBySerial.value(sn);
+    if (!light)
+        return;
+    auto run = m_runs.find(sn);
+    // The reply carries eight bits of the address: match it against what we asked.
+    const bool awaited = run != m_runs.end() && !run->rdm && run->next < run->items.size()
+                         && (run->items.at(run->next) & 0xFF) == addr;
+    const quint16 address = awaited ? run->items.at(run->next) : addr;
+    if (address == kDmxOffsetHigh)
+        setDmxOffsetByte(*light, true, b);
+    else if (address == kDmxOffsetLow)
+        setDmxOffsetByte(*light, false, b);
+    m_readPlan->applyMemoryByte(*light, address, b);
+    // Late or duplicated answers keep their data but do not move the run on.
+    if (!awaited)
+        return;
+    ++run->next;
+    if (run->next >= run->items.size()) {
+        finishLight(*light);
+        return;
+    }
+    const quint16 nextAddress = run->items.at(run->next);
+    const QString lightIp = ipOfLight(*light);
+    m_protocol->blinkEERead(lightIp, sn, nextAddress);
+    armTimer("EERead", lightIp, sn, nextAddress);
+}
+
+void DiscoveryEngine::handleRDMGetReply(quint32 ip, quint64 uid, quint16 pid, QString data)
+{
+    Q_UNUSED(ip)
+    Light *light = m_lightsBySerial.value(uid);
+    if (!light)
+        return;
+    m_readPlan->applyRdmValue(*light, pid, data);
+    auto run = m_runs.find(uid);
+    if (run == m_runs.end() || !run->rdm || run->next >= run->items.size()
+        || run->items.at(run->next) != pid)
+        return;
+    m_readTimer.stop();
+    ++run->next;
+    if (run->next >= run->items.size()) {
+        finishLight(*light);
+        return;
+    }
+    const quint16 nextPid = run->items.at(run->next);
+    const QString lightIp = ipOfLight(*light);
+    QThread::msleep(kRdmPauseMs);
+    m_protocol->rdmGet(lightIp, uid, nextPid);
+    armTimer("XRDMGet", lightIp, uid, nextPid);
+}
+
+void DiscoveryEngine::finishLight(Light &light)
+{
+    m_runs.remove(light.serialNumber());
+    if (!hasPendingReads())
+        m_readTimer.stop();
+    emit lightDataReadComplete(light.uid());
+}
+
+void DiscoveryEngine::readDeviceVariables(DataSupply *supply, const QVector<quint16> &ids)
+{
+    if (!supply || ids.isEmpty())
+        return;
+    const quint32 address = supply->ipAddress().toIPv4Address();
+    m_pendingVariables.insert(address, ids);
+    const QString ip = QString::fromLatin1(supply->ipText());
+    m_protocol->getDeviceVariable(ip, ids.constFirst());
+    armTimer("KGet", ip, supply->serialNumber(), ids.constFirst());
+    m_retry = true;
+}
+
+void DiscoveryEngine::handleDeviceVariableReply(uint ip, quint16 valueId, quint32 value)
+{
+    DataSupply *supply = m_suppliesByAddress.value(ip);
+    if (!supply)
+        return;
+    supply->setDeviceProperty(QStringLiteral("DEVICE_VARIABLE_%1").arg(valueId),
+                              QString::number(value));
+    auto pending = m_pendingVariables.find(ip);
+    if (pending == m_pendingVariables.end() || pending->isEmpty()
+        || pending->constFirst() != valueId)
+        return;
+    pending->removeFirst();
+    if (pending->isEmpty()) {
+        m_pendingVariables.erase(pending);
+        if (!hasPendingReads())
+            m_readTimer.stop();
+        return;
+    }
+    const QString text = QString::fromLatin1(supply->ipText());
+    m_protocol->getDeviceVariable(text, pending->constFirst());
+    armTimer("KGet", text, supply->serialNumber(), pending->constFirst());
+}
+
+void DiscoveryEngine::handleTimeout()
+{
+    const QString method = m_readTimer.property("method").toString();
+    const QString ip = m_readTimer.property("ip").toString();
+    const quint64 serial = m_readTimer.property("sn").toULongLong();
+    const quint16 readAddress = static_cast<quint16>(m_readTimer.property("readAddress").toUInt());
+    qCDebug(lcDiscovery) << "No response received from device";
+    qCDebug(lcDiscovery) << "ip: " << ip << "sn : " << serial << "read address: " << readAddress;
+    if (!m_retry)
+        return;
+
+    // A fresh socket drops whatever the old one still had queued.
+    disconnectProtocol();
+    m_protocol->resetSocket();
+    connectProtocol();
+    qCDebug(lcDiscovery) << "Retry read";
+    if (method == QLatin1String("EERead"))
+        m_protocol->blinkEERead(ip, static_cast<quint32>(serial), readAddress);
+    else if (method == QLatin1String("XRDMGet"))
+        m_protocol->rdmGet(ip, serial, readAddress);
+    else if (method == QLatin1String("KGet"))
+        m_protocol->getDeviceVariable(ip, readAddress);
+    // The guard is re-armed as an RDM get whatever was resent; existing installations
+    // behave this way and a later retry of a classic read therefore goes out as an RDM get.
+    armTimer("XRDMGet", ip, serial, readAddress & 0xFFFF);
+    m_retry = true;
+}
+
+void DiscoveryEngine::handleSendDMXFrame(const QString &ip, quint16 startCode, quint16 timerVal,
+                                         const QByteArray &dmxData)
+{
+    Q_UNUSED(startCode)
+    Q_UNUSED(timerVal)
+    const QByteArray frame = fullFrame(dmxData);
+    m_protocol->sendDmx(ip.left(Vistra::kAddressTextLimit), 0, 0,
+                        reinterpret_cast<const uchar *>(frame.constData()), frame.size());
+}
+
+void DiscoveryEngine::handleSendPortOut(const QString &ip, quint32 universe, quint8 port,
+                                        quint16 flags, quint16 startCode,
+                                        const QByteArray &dmxData)
+{
+    Q_UNUSED(universe)
+    Q_UNUSED(flags)
+    const QByteArray frame = fullFrame(dmxData);
+    m_protocol->sendPortOut(ip.left(Vistra::kAddressTextLimit), 0xFFFFFFFF, port, 0, frame.size(),
+                            startCode, reinterpret_cast<const uchar *>(frame.constData()));
+}

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "model/datasupply.h"
+#include "model/light.h"
+
+#include "discovery/lightreadplan.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QTimer>
+#include <QVector>
+
+#include <memory>
+
+class Vistra;
+
+// Turns protocol replies into model objects: finds supplies, their ports and the lights on
+// each port, reads each light's stored data, and forwards live output from the supplies to
+// the protocol.
+//
+// Supplies and lights that discovery creates belong to the engine until a caller takes them
+// with takeSupply()/takeLight() (to put them into the map). Supplies the user already has are
+// only registered: the engine refers to them and never deletes them.
+class DiscoveryEngine final : public QObject
+{
+    Q_OBJECT
+public:
+    // The read timer's time-out.
+    static constexpr int kReadTimeoutMs = 500;
+    // The pause a device needs before an RDM request.
+    static constexpr int kRdmPauseMs = 7;
+    static constexpr quint16 kDmxOffsetHigh = 64;
+    static constexpr quint16 kDmxOffsetLow = 65;
+    static constexpr quint16 kRdmDeviceInfo = 0x0060;
+
+    explicit DiscoveryEngine(QObject *parent = nullptr);
+    ~DiscoveryEngine() override;
+
+    Vistra *protocol() const { return m_protocol; }
+
+    // Forgets what earlier runs found and broadcasts a discover request.
+    void discoverControllers();
+    // Broadcasts the discover request again without forgetting: answers from supplies already
+    // known are ignored, so repeating it only adds what a lost datagram hid.
+    void repeatDiscover();
+    // Enters a supply of the map and scans its ports for lights.
+    void registerSupply(DataSupply *supply);
+    // Scans a known supply for lights again (blink scan or blink scan 2 by protocol kind).
+    void scanLights(DataSupply *supply);
+    void discoverPorts(DataSupply *supply);
+    // Starts a read run: the DMX address and the further memory items of each light.
+    void readLightData(const QList<Light *> &lights);
+    // Asks again for what a light's unfinished run waits for (the run goes on from there), or
+    // starts a run for a light that has none.
+    void resumeLightData(Light *light);
+    // Asks a supply for device variables; each reply becomes a supply property.
+    void readDeviceVariables(DataSupply *supply, const QVector<quint16> &ids);
+
+    // How read bytes become properties; the default knows only the DMX address.
+    void setReadPlan(std::shared_ptr<const LightReadPlan> plan);
+
+    QList<DataSupply *> supplies() const;
+    DataSupply *supplyAt(quint32 ipv4) const { return m_suppliesByAddress.value(ipv4); }
+    DataSupply *supplyByUid(quint64 uid) const { return m_suppliesByUid.value(uid); }
+    QList<Light *> lights() const;
+    Light *lightBySerial(quint64 serial) const { return m_lightsBySerial.value(serial); }
+    bool isReadPending(const Light *light) const;
+    bool hasPendingReads() const;
+
+    // Hands a discovered object to the caller; it stays known to the engine by address or
+    // serial, so later replies still reach it while it lives.
+    std::unique_ptr<DataSupply> takeSupply(DataSupply *supply);
+    std::unique_ptr<Light> takeLight(Light *light);
+
+    QTimer *readTimer() { return &m_readTimer; }
+
+signals:
+    void discoveredController(DataSupply *c);
+    void discoveredPorts(quint64 uid, int portCount);
+    void discoveredLight(Light *l);
+    void discoveredLights(QList<Light *> &list);
+    void lightDataReadComplete(quint64 lightId);
+    // Chain-addressed ports report how many lights they drive rather than which.
+    void discoveredChainAddressedCounts(quint64 supplyUid, int port, QVector<quint64> counts);
+
+public slots:
+    void handleTimeout();
+    void handleVistraDiscoverResponse(char *mac, quint32 ip, quint32 sn, quint16 ver, quint32 uni,
+                                      char *verstring, char *idstring);
+    void handleDiscoverPortsResponse(unsigned int ip, unsigned char portcount,
+                                     unsigned char *portnums, unsigned char *porttypes);
+    void handleBlinkScanResponse(unsigned int ip, unsigned int serial);
+    void handleBlinkScan2SNResponse(unsigned int ip, unsigned char portNum, unsigned char snCount,
+                                    QVector<quint64> snList);
+    void handleCAScanResponse(unsigned int ip, unsigned char port1, unsigned char port2);
+    void handleBlinkScan2CAResponse(unsigned int ip, unsigned char portNum,
+                                    unsigned char fixtureCount, QVector<quint64> snCountPerPort);
+    void handleBlinkEEReadResponse(unsigned int ip, unsigned int sn, unsigned char addr,
+                                   unsigned char b);
+    void handleDeviceVariableReply(uint ip, quint16 valueId, quint32 value);
+    void handleVistraDiscoverV3Response(char *mac, quint32 ip, quint64 sn, quint16 ver,
+                                        quint32 uni, char *verstring, char *idstring);
+    void handleBlinkScan2XRDMResponse(uint ip, unsigned char portNum, QVector<quint64> uidList);
+    void handleRDMGetReply(quint32 ip, quint64 uid, quint16 pid, QString data);
+    void handleSendDMXFrame(const QString &ip, quint16 startCode, quint16 timerVal,
+                            const QByteArray &dmxData);
+    void handleSendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags,
+                           quint16 startCode, const QByteArray &dmxData);
+
+private:
+    void connectProtocol();
+    void disconnectProtocol();
+    void addDiscoveredSupply(const char *mac, quint32 ip, quint64 sn, quint16 ver, quint32 uni,
+                             const char *verstring, const char *idstring);
+    Light *addDiscoveredLight(DataSupply &supply, quint64 serial, unsigned int port);
+    QString ipOfLight(const Light &light) const;
+    void armTimer(const char *method, const QString &ip, quint64 serial, quint16 readAddress);
+    void finishLight(Light &light);
+    void setDmxOffsetByte(Light &light, bool high, quint8 value);
+
+    Vistra *m_protocol = nullptr;
+    QHash<quint32, QPointer<DataSupply>> m_suppliesByAddress;
+    QHash<quint64, QPointer<DataSupply>> m_suppliesByUid;
+    QHash<quint64, QPointer<Light>> m_lightsBySerial;
+    // Lights found so far per (supply uid, port): the next light's number on that port.
+    QHash<QPair<quint64, unsigned int>, int> m_lightsPerPort;
+    // One light's read run: memory addresses (classic) or RDM parameter ids, and the index
+    // of the one whose answer we wait for.
+    struct ReadRun
+    {
+        bool rdm = false;
+        QVector<quint16> items;
+        int next = 0;
+    };
+    QHash<quint64, ReadRun> m_runs;
+    // Device variables still to ask each supply for, by supply address.
+    QHash<quint32, QVector<quint16>> m_pendingVariables;
+    QHash<quint64, quint16> m_dmxOffsets;
+    bool m_retry = false;
+    QTimer m_readTimer;
+    std::shared_ptr<const LightReadPlan> m_readPlan;
+};

@@ -1,0 +1,3 @@
+#include "discovery/discoverylogging.h"
+
+Q_LOGGING_CATEGORY(lcDiscovery, "orrery.discovery")

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
+
+class DataSupply;
+class DiscoveryEngine;
+
+// Finds the supplies on the network and their ports. Networks lose datagrams, so for the
+// whole listening time the discover request is repeated, and so is the port query of every
+// supply whose ports have not answered yet; each supply is reported once.
+class SupplySearch final : public QObject
+{
+    Q_OBJECT
+public:
+    explicit SupplySearch(DiscoveryEngine &engine, QObject *parent = nullptr);
+
+    void start(int listenMs);
+    void cancel();
+    bool isRunning() const { return m_deadline.isActive(); }
+
+    QList<DataSupply *> supplies() const;
+    bool portsKnown(const DataSupply *supply) const;
+
+signals:
+    void supplyFound(DataSupply *supply);
+    void portsFound(DataSupply *supply);
+    void finished();
+
+private:
+    void handleTick();
+    void handleDiscoveredController(DataSupply *supply);
+    void handleDiscoveredPorts(quint64 uid, int portCount);
+    void finish();
+
+    DiscoveryEngine &m_engine;
+    QTimer m_repeat;
+    QTimer m_deadline;
+    QList<DataSupply *> m_found;
+    QSet<quint64> m_portsKnown;
+};

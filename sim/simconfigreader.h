@@ -1,0 +1,58 @@
+#pragma once
+
+#include "sim/siminstallation.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QString>
+
+#include <optional>
+
+// Reads a simulated installation from JSON. The format (keys case-sensitive; numbers may
+// be given as JSON numbers or, for serials and ids, as hexadecimal strings with or without
+// "0x"):
+//
+// { "faults": { "drop": 0.1, "duplicate": 0.05, "delay": 0.1, "delayMs": 50, "seed": 7 },
+//   "supplies": [ {
+//       "address": "127.0.1.1",            default 127.0.1.N for the N-th supply
+//       "mac": "02:4C:00:00:01:01",        default 02:4C:00:00:00:N
+//       "serial": "4C510002",              hexadecimal; wider than 32 bits answers 0x000F
+//       "wideSerial": false,               answer discover with the 64-bit reply anyway
+//       "version": 2,                      1, 2 or 3
+//       "universe": 1, "versionText": "2.4.1", "idText": "Sim Supply Two",
+//       "rdmEntryType": 4,                 3 or 4: how blink scan 2 lists RDM ids
+//       "variables": { "1": 2 },           device variable id (decimal or hex text) -> value
+//       "ports": [ { "number": 1, "type": 1, "lights": [ LIGHT, ... ] } ] } ] }
+//
+// LIGHT: { "serial": "4C310101" } for a classic light or { "uid": "7FF701000201" } for an RDM
+// light, plus optional "count" (a run of lights with consecutive serials and DMX offsets
+// advancing by the footprint), "dmxOffset" (0..511), "footprint" (default 3), "firmware"
+// (memory byte 5), "memory" ({ "address": byte }), and for RDM lights "model",
+// "deviceModelId", "productCategory", "softwareVersionId", "softwareVersionLabel",
+// "personality", "personalityCount", "subDeviceCount", "sensorCount" and "parameters"
+// ({ "0x8600": "hex bytes of the GET answer" }).
+//
+// Problems are reported with the path of the offending value, e.g.
+// "supplies[1].ports[0].lights[2]: \"uid\" is not a 48-bit hexadecimal number".
+class SimConfigReader final
+{
+public:
+    std::optional<SimInstallation> read(const QByteArray &json);
+    QString errorString() const { return m_error; }
+
+private:
+    bool fail(const QString &path, const QString &message);
+    bool readFaults(const QJsonObject &object, SimFaults *faults);
+    bool readSupply(const QJsonObject &object, int index, SimSupply *supply);
+    bool readSupplyIdentity(const QJsonObject &object, const QString &path, SimSupply *supply);
+    bool readVariables(const QJsonValue &value, const QString &path, SimSupply *supply);
+    bool readPort(const QJsonObject &object, const QString &path, SimPort *port);
+    bool readLights(const QJsonObject &object, const QString &path, SimPort *port);
+    bool readLightCommon(const QJsonObject &object, const QString &path, SimLight *light);
+    bool readMemory(const QJsonValue &value, const QString &path, SimLight *light);
+    bool readRdm(const QJsonObject &object, const QString &path, SimRdmInfo *rdm);
+    bool checkSupply(const SimSupply &supply, const QString &path);
+    bool checkUnique(const SimInstallation &installation);
+
+    QString m_error;
+};

@@ -1,0 +1,219 @@
+// The engine's reply handlers, driven directly: what becomes a supply or a light, and how a
+// read run moves on. Requests the engine sends go to loop-back addresses of an empty
+// namespace where nothing answers.
+#include "discovery/discoveryengine.h"
+#include "model/datasupply.h"
+#include "model/light.h"
+#include "net/ksocket.h"
+#include "net/netnamespace.h"
+#include "net/vistra.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+
+class tst_DiscoveryEngine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void secondReplyFromAKnownAddressIsIgnored();
+    void wirePortsAreCountedFromOne_data();
+    void wirePortsAreCountedFromOne();
+    void repeatedScansReportALightOnce();
+    void dmxOffsetBytesCombineBigEndian();
+    void readRunAdvancesOnlyOnTheAwaitedAnswer();
+    void rdmReadRunEndsAfterItsParameters();
+    void timeoutRetriesAndRearmsAsRdmGet();
+
+private:
+    static char mac[6];
+    static char version[8];
+    static char id[16];
+    DataSupply *discoverSupply(DiscoveryEngine &engine, quint32 ip, int version);
+};
+
+char tst_DiscoveryEngine::mac[6] = {0x02, 0x4C, 0, 0, 1, 1};
+char tst_DiscoveryEngine::version[8] = "2.4.1";
+char tst_DiscoveryEngine::id[16] = "North PDS";
+
+void tst_DiscoveryEngine::initTestCase()
+{
+    if (!NetNamespace::isPrivate())
+        QSKIP(NetNamespace::kNotPrivate);
+    QString error;
+    if (!NetNamespace::enterFresh(&error))
+        QSKIP(qPrintable(error));
+}
+
+DataSupply *tst_DiscoveryEngine::discoverSupply(DiscoveryEngine &engine, quint32 ip, int ver)
+{
+    QSignalSpy spy(&engine, &DiscoveryEngine::discoveredController);
+    engine.handleVistraDiscoverResponse(mac, ip, 0x4C510000 + (ip & 0xFF), quint16(ver), 3,
+                                        version, id);
+    return spy.isEmpty() ? nullptr : spy.at(0).at(0).value<DataSupply *>();
+}
+
+void tst_DiscoveryEngine::secondReplyFromAKnownAddressIsIgnored()
+{
+    DiscoveryEngine engine;
+    QSignalSpy spy(&engine, &DiscoveryEngine::discoveredController);
+    DataSupply *supply = discoverSupply(engine, 0x7F000101, 2);
+    QVERIFY(supply);
+    QCOMPARE(supply->name(), QStringLiteral("North PDS"));
+    QCOMPARE(supply->serialNumber(), quint64(0x4C510001));
+    QCOMPARE(supply->ipAddress(), QHostAddress(QStringLiteral("127.0.1.1")));
+    QCOMPARE(supply->macAddress(), QStringLiteral("02:4C:00:00:01:01"));
+    QCOMPARE(supply->version(), 2);
+    QCOMPARE(supply->universe(), 3u);
+    QCOMPARE(supply->versionString(), QStringLiteral("2.4.1"));
+
+    engine.handleVistraDiscoverV3Response(mac, 0x7F000101, 0x4C5300000001ULL, 3, 0, version, id);
+    QCOMPARE(engine.supplies().size(), 1);
+    QVERIFY(discoverSupply(engine, 0x7F000102, 3));
+    QCOMPARE(engine.supplies().size(), 2);
+
+    // A new discovery forgets the earlier answers.
+    engine.discoverControllers();
+    QVERIFY(engine.supplies().isEmpty());
+    QVERIFY(discoverSupply(engine, 0x7F000101, 2));
+}
+
+void tst_DiscoveryEngine::wirePortsAreCountedFromOne_data()
+{
+    QTest::addColumn<int>("wirePort");
+    QTest::addColumn<int>("modelPort");
+    QTest::newRow("port 1") << 1 << 0;
+    QTest::newRow("port 2") << 2 << 1;
+    QTest::newRow("port 8") << 8 << 7;
+}
+
+void tst_DiscoveryEngine::wirePortsAreCountedFromOne()
+{
+    QFETCH(int, wirePort);
+    QFETCH(int, modelPort);
+    DiscoveryEngine engine;
+    DataSupply *supply = discoverSupply(engine, 0x7F000101, 2);
+    QSignalSpy lights(&engine, &DiscoveryEngine::discoveredLight);
+    engine.handleBlinkScan2SNResponse(0x7F000101, uchar(wirePort), 2, {0x4C310001, 0x4C310002});
+    engine.handleBlinkScan2XRDMResponse(0x7F000101, uchar(wirePort), {0x7FF701000201ULL});
+    QCOMPARE(lights.count(), 3);
+    for (const auto &args : lights) {
+        const Light *light = args.at(0).value<Light *>();
+        QCOMPARE(light->portNumber(), unsigned(modelPort));
+        QCOMPARE(light->dataSupply(), supply->uid());
+    }
+    QCOMPARE(engine.lightBySerial(0x7FF701000201ULL)->lightNumber(), 2);
+    // Replies from addresses no supply answered from are ignored.
+    engine.handleBlinkScan2SNResponse(0x7F000109, 1, 1, {0x4C3100FF});
+    QCOMPARE(lights.count(), 3);
+}
+
+void tst_DiscoveryEngine::repeatedScansReportALightOnce()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    QSignalSpy lights(&engine, &DiscoveryEngine::discoveredLight);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    QCOMPARE(lights.count(), 2);
+    QCOMPARE(engine.lightBySerial(0x4C310002)->portNumber(), 0u);
+    QCOMPARE(engine.lightBySerial(0x4C310002)->lightNumber(), 1);
+}
+
+void tst_DiscoveryEngine::dmxOffsetBytesCombineBigEndian()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    Light *light = engine.lightBySerial(0x4C310001);
+    engine.readLightData({light});
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x12);
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x34);
+    QCOMPARE(light->deviceProperty("DMX_OFFSET"), QString::number(0x1234));
+    // The low byte replaces bits 0-7 only.
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x01);
+    QCOMPARE(light->deviceProperty("DMX_OFFSET"), QString::number(0x1201));
+}
+
+void tst_DiscoveryEngine::readRunAdvancesOnlyOnTheAwaitedAnswer()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    Light *light = engine.lightBySerial(0x4C310001);
+    QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
+
+    engine.readLightData({light});
+    QVERIFY(engine.isReadPending(light));
+    QVERIFY(!engine.readTimer()->isActive()); // the first request goes out unguarded
+    // An answer for 65 before 64 was answered (a late duplicate) does not move the run on.
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x07);
+    QVERIFY(engine.isReadPending(light));
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x00);
+    QVERIFY(engine.readTimer()->isActive());
+    QCOMPARE(engine.readTimer()->property("method").toString(), QStringLiteral("EERead"));
+    QCOMPARE(engine.readTimer()->property("readAddress").toUInt(), 65u);
+    QCOMPARE(engine.readTimer()->property("sn").toULongLong(), quint64(0x4C310001));
+    QCOMPARE(engine.readTimer()->property("ip").toString(), QStringLiteral("127.0.1.1"));
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x2A);
+    QCOMPARE(complete.count(), 1);
+    QCOMPARE(complete.at(0).at(0).toULongLong(), light->uid());
+    QVERIFY(!engine.isReadPending(light));
+    QVERIFY(!engine.readTimer()->isActive());
+    QCOMPARE(light->deviceProperty("DMX_OFFSET"), QStringLiteral("42"));
+    // A duplicate after the end changes nothing and completes nothing twice.
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x2A);
+    QCOMPARE(complete.count(), 1);
+}
+
+void tst_DiscoveryEngine::rdmReadRunEndsAfterItsParameters()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 3);
+    engine.handleBlinkScan2XRDMResponse(0x7F000101, 1, {0x7FF701000201ULL});
+    Light *light = engine.lightBySerial(0x7FF701000201ULL);
+    QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
+
+    engine.readLightData({light});
+    QCOMPARE(engine.readTimer()->property("method").toString(), QStringLiteral("XRDMGet"));
+    QCOMPARE(engine.readTimer()->property("readAddress").toUInt(), 96u);
+    engine.handleRDMGetReply(0x7F000101, 0x7FF701000201ULL, 0x0060, "D.0257-P.0101-F.0102");
+    engine.handleRDMGetReply(0x7F000101, 0x7FF701000201ULL, 0x0080, "Sim RDM Spot");
+    QCOMPARE(complete.count(), 0);
+    engine.handleRDMGetReply(0x7F000101, 0x7FF701000201ULL, 0x00F0, "91");
+    QCOMPARE(complete.count(), 1);
+    QCOMPARE(light->deviceProperty("RDM_DEVICE_INFO"), QStringLiteral("D.0257-P.0101-F.0102"));
+    QCOMPARE(light->deviceProperty("RDM_DEVICE_MODEL_DESCRIPTION"), QStringLiteral("Sim RDM Spot"));
+    QCOMPARE(light->deviceProperty("DMX_OFFSET"), QStringLiteral("90"));
+}
+
+void tst_DiscoveryEngine::timeoutRetriesAndRearmsAsRdmGet()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    Light *light = engine.lightBySerial(0x4C310001);
+    engine.readLightData({light});
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x00);
+    const quint16 portBefore = engine.protocol()->socket()->localPort();
+
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("No response received from device"));
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("ip: .*sn : .*read address: "));
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression("Retry read"));
+    engine.handleTimeout();
+    // The retry runs on a fresh socket and re-arms the guard as an RDM get, whatever was
+    // resent: installations in the field behave so.
+    QVERIFY(engine.protocol()->socket()->localPort() != portBefore);
+    QVERIFY(engine.readTimer()->isActive());
+    QCOMPARE(engine.readTimer()->property("method").toString(), QStringLiteral("XRDMGet"));
+    QCOMPARE(engine.readTimer()->property("readAddress").toUInt(), 65u);
+    // Replies still reach the engine after the reset.
+    QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x05);
+    QCOMPARE(complete.count(), 1);
+}
+
+QTEST_GUILESS_MAIN(tst_DiscoveryEngine)
+#include "tst_discoveryengine.moc"

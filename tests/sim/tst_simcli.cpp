@@ -1,0 +1,167 @@
+#include "privatenetns.h"
+#include "simrequests.h"
+
+#include <QHostAddress>
+#include <QNetworkDatagram>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QUdpSocket>
+#include <QtTest>
+
+// orrery-sim as a user runs it.
+class tst_SimCli : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void list();
+    void printedConfigReadsBack();
+    void badArguments_data();
+    void badArguments();
+    void runsAndAnswers_data();
+    void runsAndAnswers();
+};
+
+namespace {
+
+QString program()
+{
+    return QStringLiteral(ORRERY_BINARY_DIR "/tools/sim/orrery-sim");
+}
+
+struct Result
+{
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+Result run(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program(), arguments);
+    Result result;
+    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
+        return result;
+    result.status = process.exitCode();
+    result.out = QString::fromUtf8(process.readAllStandardOutput());
+    result.err = QString::fromUtf8(process.readAllStandardError());
+    return result;
+}
+
+QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &content)
+{
+    const QString path = dir.filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
+        return {};
+    return path;
+}
+
+} // namespace
+
+void tst_SimCli::list()
+{
+    const Result result = run({QStringLiteral("--list")});
+    QCOMPARE(result.status, 0);
+    QVERIFY2(result.out.startsWith(QStringLiteral("4 supplies, 350 lights\n")),
+             qPrintable(result.out));
+    QVERIFY(result.out.contains(QStringLiteral("127.0.1.4  v3  serial 4C5300000004")));
+    QVERIFY(result.out.contains(
+        QStringLiteral("classic 4C320201-4C32021E (DMX 1-90), RDM 7FF701000201-7FF701000214 "
+                       "(DMX 91-150)")));
+}
+
+void tst_SimCli::printedConfigReadsBack()
+{
+    QTemporaryDir dir;
+    const Result printed =
+        run({QStringLiteral("--print-config"), QStringLiteral("--drop"), QStringLiteral("0.25")});
+    QCOMPARE(printed.status, 0);
+    const QString path = writeFile(dir, QStringLiteral("full.json"), printed.out.toUtf8());
+    QVERIFY(!path.isEmpty());
+    QVERIFY(printed.out.contains(QStringLiteral("\"drop\": 0.25")));
+    const Result fromFile = run({QStringLiteral("--config"), path, QStringLiteral("--list")});
+    QCOMPARE(fromFile.status, 0);
+    QCOMPARE(fromFile.out, run({QStringLiteral("--list")}).out);
+}
+
+void tst_SimCli::badArguments_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QByteArray>("config");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("broken JSON") << QStringList{"--list"} << QByteArray("{\"supplies\": [") << 1
+                                 << "bad.json: offset";
+    QTest::newRow("bad light") << QStringList{"--list"}
+                               << QByteArray("{\"supplies\": [{\"serial\": \"1\", \"ports\": "
+                                             "[{\"lights\": [{\"serial\": \"x\"}]}]}]}")
+                               << 1 << "supplies[0].ports[0].lights[0]: \"serial\"";
+    QTest::newRow("missing file") << QStringList{"--list", "--config", "/nonexistent/x.json"}
+                                  << QByteArray() << 1 << "/nonexistent/x.json";
+    QTest::newRow("drop above 1") << QStringList{"--list", "--drop", "1.5"} << QByteArray() << 2
+                                  << "--drop needs a share";
+    QTest::newRow("seed not a number") << QStringList{"--list", "--seed", "x"} << QByteArray() << 2
+                                       << "--seed needs a whole number";
+    QTest::newRow("screenshot without view")
+        << QStringList{"--screenshot", "a.png"} << QByteArray() << 2 << "needs --view";
+    QTest::newRow("unknown option")
+        << QStringList{"--frobnicate"} << QByteArray() << 2 << "frobnicate";
+}
+
+// Mistakes are reported on standard error with a non-zero status, never a crash.
+void tst_SimCli::badArguments()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, config);
+    QFETCH(int, status);
+    QFETCH(QString, message);
+    QTemporaryDir dir;
+    if (!config.isEmpty())
+        arguments << QStringLiteral("--config")
+                  << writeFile(dir, QStringLiteral("bad.json"), config);
+    const Result result = run(arguments);
+    QCOMPARE(result.status, status);
+    QVERIFY2(result.err.contains(message), qPrintable(result.err));
+}
+
+void tst_SimCli::runsAndAnswers_data()
+{
+    QTest::addColumn<QString>("drop");
+    QTest::addColumn<int>("replies");
+    QTest::newRow("all replies") << "0" << 4;
+    QTest::newRow("all dropped") << "1" << 0;
+}
+
+// Started on its own, the simulator answers a broadcast discover from every supply.
+void tst_SimCli::runsAndAnswers()
+{
+    QFETCH(QString, drop);
+    QFETCH(int, replies);
+    const QString reason = PrivateNetNs::enterOwn();
+    if (!reason.isEmpty())
+        QSKIP(qPrintable(reason));
+    QProcess process;
+    process.start(program(), {QStringLiteral("--run-for"), QStringLiteral("1500"),
+                              QStringLiteral("--drop"), drop});
+    QVERIFY(process.waitForReadyRead(10000)); // the start-up line: sockets are bound
+    QVERIFY(process.readLine().startsWith("orrery-sim: 4 supplies, 350 lights"));
+    QUdpSocket client;
+    QVERIFY(client.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    const QByteArray request = SimRequests::discover();
+    QCOMPARE(client.writeDatagram(request, QHostAddress(QStringLiteral("127.255.255.255")), 6038),
+             qint64(request.size()));
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), 0);
+    const QString summary = QString::fromUtf8(process.readAllStandardOutput());
+    QVERIFY2(summary.contains(QStringLiteral("1 requests, %1 replies").arg(replies)),
+             qPrintable(summary));
+    int received = 0;
+    while (client.hasPendingDatagrams() && client.receiveDatagram().isValid())
+        ++received;
+    QCOMPARE(received, replies);
+}
+
+QTEST_GUILESS_MAIN(tst_SimCli)
+#include "tst_simcli.moc"

@@ -1,0 +1,406 @@
+#include "sim/simoutput.h"
+#include "sim/simulator.h"
+
+#include "privatenetns.h"
+#include "simrequests.h"
+
+#include <QElapsedTimer>
+#include <QNetworkDatagram>
+#include <QProcess>
+#include <QSet>
+#include <QSignalSpy>
+#include <QUdpSocket>
+#include <QtTest>
+
+#include <memory>
+
+using namespace SimRequests;
+
+// The simulator on real sockets, in a network namespace of the test's own: requests built by
+// hand go out of a plain UDP socket, replies are checked for content and for the address they
+// come from.
+class tst_Simulator : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void discoverByBroadcast_data();
+    void discoverByBroadcast();
+    void unicastReachesOneSupply();
+    void blinkScan2OverTheNetwork();
+    void eeReadGivesDmxOffset_data();
+    void eeReadGivesDmxOffset();
+    void rdmDeviceInfo();
+    void outputIsRecorded();
+    void broadcastOutputByUniverse();
+    void dropsTheConfiguredShare();
+    void duplicatesAndDelays();
+    void bindFailureIsReported();
+    void loopbackInstallationIgnoresOtherSenders();
+    void givenAddresses();
+};
+
+namespace {
+
+// A plain client socket that collects every datagram it receives.
+class Client
+{
+public:
+    explicit Client(const QHostAddress &address = QHostAddress::LocalHost)
+    {
+        m_bound = m_socket.bind(address, 0);
+        QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] {
+            while (m_socket.hasPendingDatagrams())
+                received << m_socket.receiveDatagram();
+        });
+    }
+
+    bool isBound() const { return m_bound; }
+    bool send(const QByteArray &datagram, const QString &to)
+    {
+        return m_socket.writeDatagram(datagram, QHostAddress(to), 6038) == datagram.size();
+    }
+
+    QVector<QNetworkDatagram> received;
+
+private:
+    QUdpSocket m_socket;
+    bool m_bound = false;
+};
+
+std::unique_ptr<Simulator> startSimulator(const SimInstallation &installation)
+{
+    auto simulator = std::make_unique<Simulator>(installation);
+    QString error;
+    if (!simulator->start(&error)) {
+        qWarning() << error;
+        return nullptr;
+    }
+    return simulator;
+}
+
+SimInstallation withFaults(double drop, double duplicate, double delay, int delayMs)
+{
+    SimInstallation installation = SimInstallation::builtIn();
+    installation.faults = SimFaults{drop, duplicate, delay, delayMs, 7};
+    return installation;
+}
+
+bool runIp(const QStringList &arguments)
+{
+    return QProcess::execute(QStringLiteral("ip"), arguments) == 0;
+}
+
+} // namespace
+
+void tst_Simulator::initTestCase()
+{
+    const QString reason = PrivateNetNs::enterOwn();
+    if (!reason.isEmpty())
+        QSKIP(qPrintable(reason));
+}
+
+void tst_Simulator::discoverByBroadcast_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::newRow("loopback broadcast") << "127.255.255.255";
+    QTest::newRow("limited broadcast") << "255.255.255.255";
+}
+
+// Every supply answers a broadcast discover once, from its own address, naming that address.
+void tst_Simulator::discoverByBroadcast()
+{
+    QFETCH(QString, target);
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    Client client;
+    QVERIFY(client.send(discover(), target));
+    QTRY_COMPARE(client.received.size(), 4);
+    QSet<QString> senders;
+    int wide = 0;
+    for (const QNetworkDatagram &reply : client.received) {
+        const QString sender = QHostAddress(reply.senderAddress().toIPv4Address()).toString();
+        senders.insert(sender);
+        QCOMPARE(reply.senderPort(), 6038);
+        QCOMPARE(readBe(reply.data(), 12, 4), quint64(reply.senderAddress().toIPv4Address()));
+        wide += typeOf(reply.data()) == 0x000F;
+    }
+    QCOMPARE(senders, (QSet<QString>{"127.0.1.1", "127.0.1.2", "127.0.1.3", "127.0.1.4"}));
+    QCOMPARE(wide, 1);
+    QCOMPARE(simulator->stats().replies, quint64(4));
+}
+
+void tst_Simulator::unicastReachesOneSupply()
+{
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    QSignalSpy requests(simulator.get(), &Simulator::requestReceived);
+    Client client;
+    QVERIFY(client.send(discoverPorts(QStringLiteral("127.0.1.3")), QStringLiteral("127.0.1.3")));
+    QTRY_COMPARE(client.received.size(), 1);
+    const QNetworkDatagram reply = client.received.first();
+    QCOMPARE(reply.senderAddress().toIPv4Address(), QHostAddress("127.0.1.3").toIPv4Address());
+    QCOMPARE(reply.data().toHex(), QByteArray("0401dc4a01000b007f000103020000000101000000000000"
+                                              "0202000000000000"));
+    // Handled by the one supply only; the reply count is final once the reply is in.
+    QCOMPARE(requests.size(), 1);
+    QCOMPARE(requests.first().at(0).toInt(), 2);
+    QCOMPARE(simulator->stats().replies, quint64(1));
+}
+
+void tst_Simulator::blinkScan2OverTheNetwork()
+{
+    QString error;
+    const auto installation = SimInstallation::fromJson(
+        "{\"supplies\": [{\"serial\": \"1\", \"version\": 3, \"ports\": [{\"lights\": ["
+        "{\"serial\": \"4C310001\", \"count\": 250, \"footprint\": 2},"
+        "{\"uid\": \"7FF701000001\", \"count\": 50, \"footprint\": 1}]}]}]}",
+        &error);
+    QVERIFY2(installation, qPrintable(error));
+    auto simulator = startSimulator(*installation);
+    QVERIFY(simulator);
+    Client client;
+    QVERIFY(client.send(blinkScan2(QStringLiteral("127.0.1.1")), QStringLiteral("127.0.1.1")));
+    // 250 serials in two datagrams, 50 ids as 42 + 8 in two more.
+    QTRY_COMPARE(client.received.size(), 4);
+    QVector<quint64> serials;
+    QVector<quint64> uids;
+    QVector<int> more;
+    for (const QNetworkDatagram &datagram : client.received) {
+        const QByteArray d = datagram.data();
+        QCOMPARE(typeOf(d), quint16(0x0208));
+        more << quint8(d.at(13));
+        const int entries = quint8(d.at(12));
+        int at = 16;
+        if (quint8(d.at(at + 1)) == 4) {
+            for (int i = 0; i < entries; ++i)
+                uids << (readLe(d, at + 4 + 6 * i + 4, 2) << 32 | readLe(d, at + 4 + 6 * i, 4));
+            continue;
+        }
+        for (int e = 0; e < entries; ++e) {
+            const int length = quint8(d.at(at + 2));
+            for (int i = 0; i < length / 4; ++i)
+                serials << readLe(d, at + 4 + 4 * i, 4);
+            at += 4 + length;
+        }
+        QCOMPARE(at, d.size());
+    }
+    QCOMPARE(more, (QVector<int>{1, 1, 1, 0}));
+    QCOMPARE(serials.size(), 250);
+    QCOMPARE(uids.size(), 50);
+    for (int i = 0; i < serials.size(); ++i)
+        QCOMPARE(serials.at(i), quint64(0x4C310001 + i));
+    for (int i = 0; i < uids.size(); ++i)
+        QCOMPARE(uids.at(i), quint64(0x7FF701000001ull + i));
+}
+
+void tst_Simulator::eeReadGivesDmxOffset_data()
+{
+    QTest::addColumn<QString>("supply");
+    QTest::addColumn<quint32>("serial");
+    QTest::addColumn<int>("offset");
+    QTest::newRow("first light") << "127.0.1.1" << 0x4C310001u << 0;
+    QTest::newRow("last light of supply one") << "127.0.1.1" << 0x4C310032u << 147;
+    QTest::newRow("after the first 256 channels") << "127.0.1.4" << 0x4C310659u << 264;
+}
+
+// The two bytes at 64 (high) and 65 (low) give the light's DMX offset.
+void tst_Simulator::eeReadGivesDmxOffset()
+{
+    QFETCH(QString, supply);
+    QFETCH(quint32, serial);
+    QFETCH(int, offset);
+    SimInstallation installation = SimInstallation::builtIn();
+    if (offset > 255) {
+        // Move one light past channel 256 so that the high byte matters.
+        SimLight light;
+        light.serial = serial;
+        light.setDmxOffset(static_cast<quint16>(offset));
+        installation.supplies[3].ports[1].lights << light;
+    }
+    auto simulator = startSimulator(installation);
+    QVERIFY(simulator);
+    Client client;
+    QVERIFY(client.send(eeRead(serial, 64), supply));
+    QVERIFY(client.send(eeRead(serial, 65), supply));
+    QTRY_COMPARE(client.received.size(), 2);
+    const QByteArray high = client.received.at(0).data();
+    const QByteArray low = client.received.at(1).data();
+    QCOMPARE(typeOf(high), quint16(0x0204));
+    QCOMPARE(readLe(high, 12, 4), quint64(serial));
+    QCOMPARE(int(quint8(high.at(16))), 64);
+    QCOMPARE(int(quint8(low.at(16))), 65);
+    QCOMPARE(int(quint8(high.at(17))), 0);
+    QCOMPARE((quint8(high.at(18)) << 8) | quint8(low.at(18)), offset);
+}
+
+void tst_Simulator::rdmDeviceInfo()
+{
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    Client client;
+    // Second RDM light of supply two's port 2: DMX offset 93, start address 94.
+    QVERIFY(client.send(rdmGet(0x7FF701000202ull, 0x0060), QStringLiteral("127.0.1.2")));
+    QTRY_COMPARE(client.received.size(), 1);
+    const QByteArray reply = client.received.first().data();
+    QCOMPARE(typeOf(reply), quint16(0x0304));
+    const QByteArray m = reply.mid(12);
+    QCOMPARE(m.size(), 24 + 19 + 2);
+    quint16 sum = 0;
+    for (int i = 0; i < 24 + 19; ++i)
+        sum = quint16(sum + quint8(m.at(i)));
+    QCOMPARE(readBe(m, 43, 2), quint64(sum));
+    QCOMPARE(readBe(m, 9, 6), quint64(0x7FF701000202ull));
+    QCOMPARE(readBe(m, 24 + 2, 2), quint64(257)); // device model id
+    QCOMPARE(readBe(m, 24 + 14, 2), quint64(94)); // DMX start address
+}
+
+void tst_Simulator::outputIsRecorded()
+{
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    SimOutput *output = simulator->output();
+    QSignalSpy frames(output, &SimOutput::frameRecorded);
+    Client client;
+    const QByteArray first(512, '\x11');
+    const QByteArray second = QByteArray::fromHex("ff0000") + QByteArray(509, '\0');
+    QVERIFY(client.send(portOut(2, first, 0xFFFFFFFF, 0x30, 0), QStringLiteral("127.0.1.3")));
+    QVERIFY(client.send(portOut(2, second), QStringLiteral("127.0.1.3")));
+    QVERIFY(client.send(dmxOut(first), QStringLiteral("127.0.1.1")));
+    QTRY_COMPARE(frames.size(), 3);
+    // The supplies' sockets are served in no fixed order; each one's frames arrive in order.
+    QCOMPARE(frames.count(QList<QVariant>{2, 2}), 2);
+    QCOMPARE(frames.count(QList<QVariant>{0, 0}), 1);
+    const SimOutput::Record port = output->lastFrame(2, 2);
+    QCOMPARE(port.count, quint64(2));
+    QCOMPARE(port.last.data, second);
+    QCOMPARE(port.last.flags, quint16(0));
+    QCOMPARE(output->lastFrame(2, 1).count, quint64(0));
+    // A DMX-out frame drives the whole of a version-1 supply.
+    QCOMPARE(output->lastFrame(0, 0).last.kind, SimFrame::Kind::DmxOut);
+    QCOMPARE(output->channels(0, 1), first);
+    QCOMPARE(simulator->stats().replies, quint64(0));
+}
+
+void tst_Simulator::broadcastOutputByUniverse()
+{
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    QSignalSpy frames(simulator->output(), &SimOutput::frameRecorded);
+    Client client;
+    QVERIFY(client.send(portOut(1, QByteArray(512, '\x22'), 2), QStringLiteral("127.255.255.255")));
+    QTRY_COMPARE(frames.size(), 1);
+    QCOMPARE(frames.first(), (QList<QVariant>{2, 1})); // supply three is on universe 2
+    QVERIFY(client.send(portOut(1, QByteArray(512, '\x33')), QStringLiteral("127.255.255.255")));
+    QTRY_COMPARE(frames.size(), 5); // 0xFFFFFFFF reaches every supply
+}
+
+// With a share of drops the replies that arrive are exactly those the seeded plan lets
+// through, and roughly the configured share is missing.
+void tst_Simulator::dropsTheConfiguredShare()
+{
+    const SimInstallation installation = withFaults(0.3, 0, 0, 0);
+    auto simulator = startSimulator(installation);
+    QVERIFY(simulator);
+    Client client;
+    const int requests = 300;
+    // In bursts small enough for the socket's receive buffer.
+    for (int i = 0; i < requests; ++i) {
+        const quint32 serial = 0x4C310101u + quint32(i % 50);
+        QVERIFY(client.send(eeRead(serial, 65), QStringLiteral("127.0.1.2")));
+        if (i % 50 == 49)
+            QTRY_COMPARE(simulator->stats().requests, quint64(i + 1));
+    }
+    SimFaultPlan replay(installation.faults);
+    int expected = 0;
+    for (int i = 0; i < requests; ++i)
+        expected += !replay.next().drop;
+    QTRY_COMPARE(client.received.size(), expected);
+    QCOMPARE(simulator->stats().dropped, quint64(requests - expected));
+    QVERIFY2(qAbs((requests - expected) - 0.3 * requests) < 0.08 * requests,
+             qPrintable(QString::number(requests - expected)));
+}
+
+void tst_Simulator::duplicatesAndDelays()
+{
+    auto simulator = startSimulator(withFaults(0, 1, 0, 0));
+    QVERIFY(simulator);
+    Client client;
+    QVERIFY(client.send(discoverPorts(QStringLiteral("127.0.1.2")), QStringLiteral("127.0.1.2")));
+    QTRY_COMPARE(client.received.size(), 2);
+    QCOMPARE(client.received.at(0).data(), client.received.at(1).data());
+
+    simulator = startSimulator(withFaults(0, 0, 1, 150));
+    QVERIFY(simulator);
+    Client late;
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(late.send(discoverPorts(QStringLiteral("127.0.1.2")), QStringLiteral("127.0.1.2")));
+    QTRY_COMPARE(late.received.size(), 1);
+    QVERIFY2(clock.elapsed() >= 150, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(simulator->stats().delayed, quint64(1));
+}
+
+void tst_Simulator::bindFailureIsReported()
+{
+    SimInstallation installation = SimInstallation::builtIn();
+    installation.supplies[2].address = QHostAddress(QStringLiteral("192.0.2.7")); // not ours
+    Simulator broken(installation);
+    QString error;
+    QVERIFY(!broken.start(&error));
+    QVERIFY2(error.contains(QStringLiteral("192.0.2.7:6038")), qPrintable(error));
+    QVERIFY(!broken.isRunning());
+    // Nothing stays bound: a good installation still starts and answers.
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    Client client;
+    QVERIFY(client.send(discoverPorts(QStringLiteral("127.0.1.1")), QStringLiteral("127.0.1.1")));
+    QTRY_COMPARE(client.received.size(), 1);
+}
+
+// An installation on loopback never answers anyone off loopback, even on the same host.
+void tst_Simulator::loopbackInstallationIgnoresOtherSenders()
+{
+    if (!runIp({"addr", "add", "10.77.1.1/32", "dev", "lo"}))
+        QSKIP("cannot add an address to the test namespace's loopback");
+    auto simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    Client stranger(QHostAddress(QStringLiteral("10.77.1.1")));
+    QVERIFY(stranger.isBound());
+    QVERIFY(stranger.send(discoverPorts(QStringLiteral("127.0.1.1")), QStringLiteral("127.0.1.1")));
+    QVERIFY(stranger.send(discover(), QStringLiteral("127.255.255.255")));
+    QTRY_COMPARE(simulator->stats().requests, quint64(2));
+    QCOMPARE(simulator->stats().ignored, quint64(2));
+    QCOMPARE(simulator->stats().replies, quint64(0));
+    QVERIFY(stranger.received.isEmpty());
+}
+
+// Supplies on addresses from the configuration (as across a veth pair) bind those addresses
+// and answer a directed broadcast of that network.
+void tst_Simulator::givenAddresses()
+{
+    if (!runIp({"addr", "add", "10.77.2.20/24", "brd", "+", "dev", "lo"}) ||
+        !runIp({"addr", "add", "10.77.2.21/24", "dev", "lo"}) ||
+        !runIp({"addr", "add", "10.77.2.1/24", "dev", "lo"}))
+        QSKIP("cannot add addresses to the test namespace's loopback");
+    QString error;
+    const auto installation = SimInstallation::fromJson(
+        "{\"supplies\": [{\"address\": \"10.77.2.20\", \"serial\": \"1\", \"ports\": []},"
+        " {\"address\": \"10.77.2.21\", \"serial\": \"2\", \"ports\": []}]}",
+        &error);
+    QVERIFY2(installation, qPrintable(error));
+    QVERIFY(!installation->isLoopbackOnly());
+    auto simulator = startSimulator(*installation);
+    QVERIFY(simulator);
+    Client client(QHostAddress(QStringLiteral("10.77.2.1")));
+    QVERIFY(client.send(discover(), QStringLiteral("10.77.2.255")));
+    QTRY_COMPARE(client.received.size(), 2);
+    QSet<QString> senders;
+    for (const QNetworkDatagram &reply : client.received)
+        senders.insert(QHostAddress(reply.senderAddress().toIPv4Address()).toString());
+    QCOMPARE(senders, (QSet<QString>{"10.77.2.20", "10.77.2.21"}));
+}
+
+QTEST_GUILESS_MAIN(tst_Simulator)
+#include "tst_simulator.moc"
