@@ -177,8 +177,10 @@ inline QVector<ReplyRow> replyRows()
                  "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0x9f02 text='4660'"});
     rows.append({"rdm 0xA040", rdmReply("a040", "0001abcd"),
                  "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0xa040 text='0001ABCD'"});
-    rows.append({"rdm other parameter", rdmReply("00f0", "0001"),
-                 "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0xf0 text=''"});
+    rows.append({"rdm DMX start address", rdmReply("00f0", "01 ff"),
+                 "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0xf0 text='511'"});
+    rows.append({"rdm other parameter", rdmReply("00e0", "0001"),
+                 "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0xe0 text=''"});
     return rows;
 }
 
