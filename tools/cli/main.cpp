@@ -1,4 +1,5 @@
 #include "clicommand.h"
+#include "devicescommand.h"
 #include "discovercommand.h"
 #include "mapcommand.h"
 #include "net/dottedquad.h"
@@ -22,6 +23,7 @@ const Command kCommands[] = {
     {"discover", "find the supplies on the network and their ports", runDiscoverCommand},
     {"scan", "discover, then find the lights on every port", runDiscoverCommand},
     {"read", "scan, then read every light's stored data", runDiscoverCommand},
+    {"devices", "list device definitions; which one a serial belongs to", runDevicesCommand},
 };
 
 void printUsage(QTextStream &stream)

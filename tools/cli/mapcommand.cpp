@@ -1,6 +1,8 @@
 #include "mapcommand.h"
 
 #include "clicommand.h"
+#include "devices/definitionpropertyformat.h"
+#include "devices/deviceresources.h"
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
@@ -21,6 +23,9 @@ const QString kUsage = QStringLiteral(
 // standard error.
 bool loadMap(MapModel &model, const QString &path, QStringList &messages)
 {
+    // Device properties are read and written as the device definitions describe them.
+    DeviceResources::registerResources();
+    model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
     QObject::connect(&model, &MapModel::msg, [&messages](const QString &m) { messages << m; });
     if (!QFileInfo::exists(path)) {
         err() << "orrery-cli: no such file: " << path << Qt::endl;

@@ -1,0 +1,3 @@
+#include "devices/deviceslogging.h"
+
+Q_LOGGING_CATEGORY(lcDevices, "orrery.devices")

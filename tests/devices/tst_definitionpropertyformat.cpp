@@ -1,0 +1,254 @@
+#include "devices/definitionpropertyformat.h"
+#include "devices/deviceresources.h"
+#include "devices/propertymapper.h"
+#include "model/datasupply.h"
+#include "model/light.h"
+#include "model/mapmodel.h"
+
+#include <QBuffer>
+#include <QXmlStreamReader>
+#include <QtTest>
+
+namespace {
+
+const QByteArray kMap = R"json({"PropertyMap": [
+    {"tokenName": "DMX_OFFSET", "stringName": "DMX Address", "values": [{"min": 0}, {"max": 511}]},
+    {"tokenName": "LED_CHEMISTRY", "stringName": "LED Chemistry",
+     "values": [{"name": "RGB", "value": 1}, {"name": "RGBW", "value": 2}]},
+    {"tokenName": "INPUT_RESOLUTION", "stringName": "Input Resolution",
+     "values": [{"name": "8 bit", "value": 0}, {"name": "16 bit", "value": 1}]},
+    {"tokenName": "FIRMWARE_VERSION", "stringName": "Firmware Version", "values": []},
+    {"tokenName": "DEVICE_NAME", "stringName": "Device Name", "values": []}
+]})json";
+
+const QByteArray kGraze = R"json({"DeviceType": "FIXTURE", "DeviceName": "Graze",
+    "SerialNumberRanges": [{"start": "10110000", "end": "1011FFFF"}],
+    "MemoryMap": [{"name": "INPUT_RESOLUTION", "address": 71},
+                  {"name": "DMX_OFFSET", "address": [64, 65]},
+                  {"name": "FIRMWARE_VERSION", "address": 5}]})json";
+const QByteArray kGeneric = R"json({"DeviceType": "FIXTURE", "DeviceName": "Generic RGBW",
+    "SerialNumberRanges": [{"start": "1F010000", "end": "1F01FFFF"}],
+    "MemoryMap": [{"name": "DMX_OFFSET", "address": [64, 65]},
+                  {"name": "LED_CHEMISTRY", "address": 0}],
+    "StaticValues": [{"name": "LED_CHEMISTRY", "value": 2}]})json";
+const QByteArray kPoint = R"json({"DeviceType": "FIXTURE", "DeviceName": "Point",
+    "SerialNumberRanges": [{"start": "10310000", "end": "1031FFFF"}],
+    "MemoryMap": [{"name": "LED_CHEMISTRY", "address": 70, "defaultValue": 2}]})json";
+const QByteArray kSupply = R"json({"DeviceType": "PDS", "DeviceName": "PDS-480",
+    "SerialNumberRanges": [{"start": "01A20000", "end": "01A2FFFF"}],
+    "MemoryMap": [{"name": "DEVICE_NAME", "address": []},
+                  {"name": "DMX_OFFSET", "address": [64, 65]},
+                  {"name": "FIRMWARE_VERSION", "address": 5}]})json";
+const QByteArray kRdm = R"json({"DeviceType": "RDM_FIXTURE", "DeviceName": "Graze RDM",
+    "SerialNumberRanges": [{"start": "7A7001000000", "end": "7A7001FFFFFF",
+                            "productCode": "D.0301-P.0101-F.0102"}],
+    "MemoryMap": [{"name": "RDM_DMX_ADDRESS", "address": 240}]})json";
+
+// "K=V;K=V" as an ordered list of pairs.
+PropertyList pairs(const QString &text)
+{
+    PropertyList list;
+    for (const QString &part : text.split(QLatin1Char(';'), Qt::SkipEmptyParts))
+        list.append({part.section(QLatin1Char('='), 0, 0), part.section(QLatin1Char('='), 1)});
+    return list;
+}
+
+QByteArray save(MapModel &model)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return model.saveToDevice(buffer) ? buffer.data() : QByteArray();
+}
+
+bool load(MapModel &model, QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return model.loadFromDevice(buffer);
+}
+
+} // namespace
+
+class tst_DefinitionPropertyFormat : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void lightProperties_data();
+    void lightProperties();
+    void supplyPropertiesHaveNoChemistry();
+    void readingMapsTextBack();
+    void roundTripThroughAMapFile();
+    void filesWrittenAsTextStillLoad();
+
+private:
+    PropertyMapper m_mapper;
+    DeviceDictionary m_dictionary;
+    std::shared_ptr<DefinitionPropertyFormat> m_format;
+};
+
+void tst_DefinitionPropertyFormat::initTestCase()
+{
+    m_mapper.loadJson(kMap, QStringLiteral("map"));
+    for (const QByteArray &json : {kGraze, kGeneric, kPoint, kSupply, kRdm})
+        m_dictionary.addEntry(std::make_shared<const DeviceEntry>(QStringLiteral("x"), json));
+    m_format = std::make_shared<DefinitionPropertyFormat>(m_dictionary, m_mapper);
+}
+
+void tst_DefinitionPropertyFormat::lightProperties_data()
+{
+    QTest::addColumn<quint64>("serial");
+    QTest::addColumn<QString>("held");
+    QTest::addColumn<QString>("written");
+
+    QTest::newRow("definition tokens in token order, chemistry added")
+        << quint64(0x10110005) << "DMX_OFFSET=12;INPUT_RESOLUTION=1"
+        << "DMX_OFFSET=12;FIRMWARE_VERSION=;INPUT_RESOLUTION=16 bit;LED_CHEMISTRY=RGB";
+    QTest::newRow("chemistry the light holds")
+        << quint64(0x10110005) << "LED_CHEMISTRY=2"
+        << "DMX_OFFSET=;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGBW";
+    QTest::newRow("chemistry from the static value") << quint64(0x1F010000) << ""
+                                                     << "DMX_OFFSET=;LED_CHEMISTRY=RGBW";
+    QTest::newRow("held chemistry beats the static value")
+        << quint64(0x1F010000) << "LED_CHEMISTRY=1"
+        << "DMX_OFFSET=;LED_CHEMISTRY=RGB";
+    QTest::newRow("chemistry from the definition's default") << quint64(0x10310000) << ""
+                                                             << "LED_CHEMISTRY=RGBW";
+    QTest::newRow("unknown serial keeps what the light holds")
+        << quint64(0x0BADF00D) << "DMX_OFFSET=3;ZONE=north"
+        << "LED_CHEMISTRY=RGB;DMX_OFFSET=3;ZONE=north";
+    QTest::newRow("properties the definition does not name come last")
+        << quint64(0x10110005) << "CUSTOM_NOTE=by the door;DMX_OFFSET=0"
+        << "DMX_OFFSET=0;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGB;CUSTOM_NOTE=by the "
+           "door";
+    QTest::newRow("values the map cannot show are written as they stand")
+        << quint64(0x10310000) << "LED_CHEMISTRY=7"
+        << "LED_CHEMISTRY=7";
+    QTest::newRow("text already in text form") << quint64(0x10310000) << "LED_CHEMISTRY=RGBW"
+                                               << "LED_CHEMISTRY=RGBW";
+    QTest::newRow("offset out of range kept") << quint64(0x1F010000) << "DMX_OFFSET=600"
+                                              << "DMX_OFFSET=600;LED_CHEMISTRY=RGBW";
+    QTest::newRow("hexadecimal offset shown in decimal") << quint64(0x1F010000) << "DMX_OFFSET=0x10"
+                                                         << "DMX_OFFSET=16;LED_CHEMISTRY=RGBW";
+    QTest::newRow("product-code definitions when no plain range holds the serial")
+        << quint64(0x7A7001000042ULL) << "RDM_DMX_ADDRESS=17"
+        << "RDM_DMX_ADDRESS=17;LED_CHEMISTRY=RGB";
+}
+
+void tst_DefinitionPropertyFormat::lightProperties()
+{
+    QFETCH(quint64, serial);
+    QFETCH(QString, held);
+    QFETCH(QString, written);
+
+    Light light;
+    light.setSerialNumber(serial);
+    for (const auto &p : pairs(held))
+        light.setDeviceProperty(p.first, p.second);
+    QCOMPARE(m_format->lightPropertiesToWrite(light), pairs(written));
+}
+
+void tst_DefinitionPropertyFormat::supplyPropertiesHaveNoChemistry()
+{
+    DataSupply supply(DataSupply::VistraIp);
+    supply.setSerialNumber(0x01A20011);
+    supply.setDeviceProperty(QStringLiteral("DEVICE_NAME"), QStringLiteral("North"));
+    supply.setDeviceProperty(QStringLiteral("DMX_OFFSET"), QStringLiteral("5"));
+    QCOMPARE(m_format->supplyPropertiesToWrite(supply),
+             pairs("DEVICE_NAME=North;DMX_OFFSET=5;FIRMWARE_VERSION="));
+
+    DataSupply unknown(DataSupply::VistraIp);
+    QCOMPARE(m_format->supplyPropertiesToWrite(unknown), PropertyList());
+}
+
+void tst_DefinitionPropertyFormat::readingMapsTextBack()
+{
+    Light light;
+    m_format->readLightProperties(
+        light, pairs("LED_CHEMISTRY=rgbw;DMX_OFFSET=0x10;FIRMWARE_VERSION=;ZONE=north;"
+                     "INPUT_RESOLUTION=32 bit;DEVICE_NAME=Canopy 1"));
+    const QMap<QString, QString> expected{{"LED_CHEMISTRY", "2"},
+                                          {"DMX_OFFSET", "16"},
+                                          {"ZONE", "north"},
+                                          {"INPUT_RESOLUTION", "32 bit"},
+                                          {"DEVICE_NAME", "Canopy 1"}};
+    QCOMPARE(light.deviceProperties(), expected);
+
+    DataSupply supply(DataSupply::VistraIp);
+    m_format->readSupplyProperties(supply, pairs("DMX_OFFSET=511;DEVICE_NAME=North"));
+    QCOMPARE(supply.deviceProperty(QStringLiteral("DMX_OFFSET")), QStringLiteral("511"));
+    QCOMPARE(supply.deviceProperty(QStringLiteral("DEVICE_NAME")), QStringLiteral("North"));
+}
+
+void tst_DefinitionPropertyFormat::roundTripThroughAMapFile()
+{
+    MapModel model;
+    model.setPropertyFormat(m_format);
+    auto supply = std::make_unique<DataSupply>(DataSupply::VistraIp);
+    supply->setUid(0x10);
+    supply->setSerialNumber(0x01A20011);
+    supply->setDeviceProperty(QStringLiteral("DEVICE_NAME"), QStringLiteral("North <PDS>"));
+    model.addDataSupply(std::move(supply));
+    const QList<QMap<QString, QString>> held{
+        {{"DMX_OFFSET", "0"}, {"LED_CHEMISTRY", "2"}, {"INPUT_RESOLUTION", "1"}},
+        {{"DMX_OFFSET", "511"}, {"FIRMWARE_VERSION", "23"}, {"NOTE", "spare"}},
+        {{"LED_CHEMISTRY", "RGB"}},
+        {{"LED_CHEMISTRY", "9"}, {"DMX_OFFSET", "-4"}},
+    };
+    const QList<quint64> serials{0x10110001, 0x10110002, 0x10310000, 0x0BADF00D};
+    for (int i = 0; i < held.size(); ++i) {
+        auto light = std::make_unique<Light>();
+        light->setUid(0x20 + i);
+        light->setSerialNumber(serials.at(i));
+        for (auto it = held.at(i).cbegin(); it != held.at(i).cend(); ++it)
+            light->setDeviceProperty(it.key(), it.value());
+        model.addLight(std::move(light));
+    }
+
+    const QByteArray bytes = save(model);
+    QVERIFY(bytes.contains("<LED_CHEMISTRY>RGBW</LED_CHEMISTRY>"));
+    QVERIFY(bytes.contains("<INPUT_RESOLUTION>16 bit</INPUT_RESOLUTION>"));
+    QVERIFY(bytes.contains("<DEVICE_NAME>North &lt;PDS&gt;</DEVICE_NAME>"));
+
+    MapModel loaded;
+    loaded.setPropertyFormat(m_format);
+    QVERIFY(load(loaded, bytes));
+    QCOMPARE(loaded.dataSupply(0x10)->deviceProperties(),
+             model.dataSupply(0x10)->deviceProperties());
+    // Every light comes back with what it held; the chemistry a light lacked is now set,
+    // and text that was already the text form comes back as the value.
+    QMap<QString, QString> first = held.at(0);
+    QCOMPARE(loaded.light(0x20)->deviceProperties(), first);
+    QMap<QString, QString> second = held.at(1);
+    second.insert("LED_CHEMISTRY", "1");
+    QCOMPARE(loaded.light(0x21)->deviceProperties(), second);
+    QCOMPARE(loaded.light(0x22)->deviceProperties(),
+             (QMap<QString, QString>{{"LED_CHEMISTRY", "1"}}));
+    QCOMPARE(loaded.light(0x23)->deviceProperties(), held.at(3));
+
+    // Saving what was loaded gives the same file.
+    QCOMPARE(save(loaded), bytes);
+}
+
+void tst_DefinitionPropertyFormat::filesWrittenAsTextStillLoad()
+{
+    DeviceResources::registerResources();
+    MapModel model;
+    model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
+    QVERIFY(model.loadFromFile(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map")));
+    QCOMPARE(model.lightCount(), 200);
+    for (const Light *light : model.lights()) {
+        QCOMPARE(light->deviceProperty("LED_CHEMISTRY"), QStringLiteral("1"));
+        const int offset = light->deviceProperty("DMX_OFFSET").toInt();
+        QVERIFY(offset >= 0 && offset <= 511);
+    }
+    const QByteArray bytes = save(model);
+    QCOMPARE(bytes.count("<LED_CHEMISTRY>RGB</LED_CHEMISTRY>"), 200);
+    QCOMPARE(bytes.count("<DMX_OFFSET>"), 200);
+    // Supplies carry the tokens of their definition, empty where nothing is known.
+    QCOMPARE(bytes.count("<IPV4_IP_ADDRESS></IPV4_IP_ADDRESS>"), 3);
+}
+
+QTEST_GUILESS_MAIN(tst_DefinitionPropertyFormat)
+#include "tst_definitionpropertyformat.moc"

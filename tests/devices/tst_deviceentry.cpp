@@ -1,0 +1,309 @@
+#include "logcapture.h"
+
+#include "devices/deviceentry.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+DeviceEntry entry(const QByteArray &json)
+{
+    return DeviceEntry(QStringLiteral("test.json"), json);
+}
+
+const QString kEmptyOrImproper = QStringLiteral("is empty or improperly formatted");
+
+} // namespace
+
+class tst_DeviceEntry : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void deviceType_data();
+    void deviceType();
+    void serialRanges();
+    void memoryMapByNameLaterWins();
+    void fileVerification_data();
+    void fileVerification();
+    void staticValues_data();
+    void staticValues();
+    void sftNumbers_data();
+    void sftNumbers();
+    void discoverPort_data();
+    void discoverPort();
+    void tintlockProfiles();
+    void bootloaderInfo();
+    void unreadableFiles_data();
+    void unreadableFiles();
+    void wrongTypesAreSkippedSilently();
+};
+
+void tst_DeviceEntry::deviceType_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<int>("type");
+
+    QTest::newRow("upper") << QByteArray(R"json({"DeviceType": "FIXTURE"})json") << 3;
+    QTest::newRow("lower") << QByteArray(R"json({"DeviceType": "fixture"})json") << 3;
+    QTest::newRow("mixed") << QByteArray(R"json({"DeviceType": "Rdm_Fixture"})json") << 5;
+    QTest::newRow("every kind, PDS") << QByteArray(R"json({"DeviceType": "PDS"})json") << 1;
+    QTest::newRow("OTHER") << QByteArray(R"json({"DeviceType": "OTHER"})json") << 9;
+    QTest::newRow("not in the table") << QByteArray(R"json({"DeviceType": "LAMP"})json") << 0;
+    QTest::newRow("number") << QByteArray(R"json({"DeviceType": 3})json") << 0;
+    QTest::newRow("missing") << QByteArray(R"json({"DeviceName": "X"})json") << 0;
+}
+
+void tst_DeviceEntry::deviceType()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(int, type);
+    QCOMPARE(static_cast<int>(entry(json).deviceType()), type);
+}
+
+void tst_DeviceEntry::serialRanges()
+{
+    const DeviceEntry e = entry(R"json({"DeviceName": "Graze", "SerialNumberRanges": [
+        {"start": "10110000", "end": "1011FFFF"},
+        {"start": "7A7001000000", "end": "7A7001FFFFFF", "productCode": "D.0301-P.0101-F.0102"},
+        {"start": "10120000"},
+        {"end": "1012FFFF"},
+        {"start": "zz", "end": "20"},
+        {"start": 5, "end": "ffffffffffffffff"},
+        "10130000"
+    ]})json");
+    QCOMPARE(e.deviceName(), QStringLiteral("Graze"));
+    QCOMPARE(
+        e.serialRanges(),
+        (QVector<SerialRange>{{0x10110000, 0x1011FFFF}, {0, 0x20}, {0, 0xFFFFFFFFFFFFFFFFULL}}));
+    QCOMPARE(e.productCodeRanges(),
+             (QVector<ProductCodeRange>{
+                 {0x7A7001000000ULL, 0x7A7001FFFFFFULL, QStringLiteral("D.0301-P.0101-F.0102")}}));
+}
+
+void tst_DeviceEntry::memoryMapByNameLaterWins()
+{
+    LogCapture log;
+    const DeviceEntry e = entry(R"json({"MemoryMap": [
+        {"name": "LED_CHEMISTRY", "address": 70},
+        {"name": "DMX_OFFSET", "address": [64, 65]},
+        {"name": "LED_CHEMISTRY", "address": 0},
+        {"name": "BROKEN", "address": 1, "readAddress": 2},
+        "not an item"
+    ]})json");
+    QCOMPARE(e.memoryMap().keys(), (QStringList{"BROKEN", "DMX_OFFSET", "LED_CHEMISTRY"}));
+    QVERIFY(e.memoryMapEntry(QStringLiteral("LED_CHEMISTRY"))->readAddresses().isEmpty());
+    QVERIFY(!e.memoryMapEntry(QStringLiteral("NOT_THERE")));
+    // The broken item is kept and logged once.
+    QCOMPARE(log.lines(),
+             QStringList{QStringLiteral("Json file missing read/write addresses or is invalid")});
+}
+
+void tst_DeviceEntry::fileVerification_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<bool>("verified");
+    QTest::addColumn<QString>("by");
+    QTest::addColumn<QString>("date");
+
+    QTest::newRow("none") << QByteArray("{\"DeviceName\": \"X\"}") << false << "Not Verified"
+                          << "Not Verified";
+    QTest::newRow("one record")
+        << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
+                          "Verified Date": "10-15-2018"}]})json")
+        << true << "AB"
+        << "10-15-2018";
+    QTest::newRow("later record overwrites what it holds")
+        << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
+                          "Verified Date": "10-15-2018"}, {"Verified By": "CD"}]})json")
+        << true << "CD"
+        << "10-15-2018";
+    QTest::newRow("not an array") << QByteArray(
+                                         R"json({"FileVerification": {"Verified": true}})json")
+                                  << false << "Not Verified"
+                                  << "Not Verified";
+}
+
+void tst_DeviceEntry::fileVerification()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(bool, verified);
+    QFETCH(QString, by);
+    QFETCH(QString, date);
+    const DeviceEntry::FileVerification record = entry(json).fileVerification();
+    QCOMPARE(record.verified, verified);
+    QCOMPARE(record.verifiedBy, by);
+    QCOMPARE(record.date, date);
+}
+
+void tst_DeviceEntry::staticValues_data()
+{
+    QTest::addColumn<QByteArray>("element");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<qint64>("value");
+
+    QTest::newRow("hex text") << QByteArray(R"json({"name": "sftLocation", "value": "0x7F84"})json")
+                              << "sftLocation" << qint64(32644);
+    QTest::newRow("decimal text reads as 0")
+        << QByteArray(R"json({"name": "X", "value": "12"})json") << "X" << qint64(0);
+    QTest::newRow("keys in any case")
+        << QByteArray(R"json({"NAME": "X", "VALUE": 5})json") << "X" << qint64(5);
+    QTest::newRow("number") << QByteArray(R"json({"name": "LED_CHEMISTRY", "value": 3})json")
+                            << "LED_CHEMISTRY" << qint64(3);
+    QTest::newRow("no value stores 0")
+        << QByteArray(R"json({"name": "X"})json") << "X" << qint64(0);
+    QTest::newRow("bad hex reads as 0")
+        << QByteArray(R"json({"name": "X", "value": "0xZZ"})json") << "X" << qint64(0);
+    QTest::newRow("0X is not 0x") << QByteArray(R"json({"name": "X", "value": "0X10"})json") << "X"
+                                  << qint64(0);
+    QTest::newRow("wide hex") << QByteArray(R"json({"name": "X", "value": "0xFFFFFFFF"})json")
+                              << "X" << qint64(0xFFFFFFFF);
+}
+
+void tst_DeviceEntry::staticValues()
+{
+    QFETCH(QByteArray, element);
+    QFETCH(QString, name);
+    QFETCH(qint64, value);
+    const DeviceEntry e = entry("{\"StaticValues\": [" + element + "]}");
+    QVERIFY(e.hasStaticValue(name));
+    QCOMPARE(e.staticValue(name), value);
+    QCOMPARE(e.staticValues().size(), 1);
+}
+
+void tst_DeviceEntry::sftNumbers_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QStringList>("numbers");
+
+    QTest::newRow("bare string") << QByteArray(R"json({"SFTNumbers": "SFT-000123-00"})json")
+                                 << QStringList{"SFT-000123-00"};
+    QTest::newRow("array") << QByteArray(R"json({"SFTNumbers": ["SFT-1", "SFT-2"]})json")
+                           << QStringList{"SFT-1", "SFT-2"};
+    QTest::newRow("missing") << QByteArray(R"json({"DeviceName": "X"})json") << QStringList();
+    QTest::newRow("number") << QByteArray(R"json({"SFTNumbers": 123})json") << QStringList();
+}
+
+void tst_DeviceEntry::sftNumbers()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QStringList, numbers);
+    QCOMPARE(entry(json).sftNumbers(), numbers);
+}
+
+void tst_DeviceEntry::discoverPort_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<int>("port");
+
+    QTest::newRow("decimal text") << QByteArray(R"json({"DiscoverPort": "6100"})json") << 6100;
+    QTest::newRow("number has no text form")
+        << QByteArray(R"json({"DiscoverPort": 6100})json") << 6038;
+    QTest::newRow("not a number") << QByteArray(R"json({"DiscoverPort": "port"})json") << 6038;
+    QTest::newRow("beyond 16 bits") << QByteArray(R"json({"DiscoverPort": "70000"})json") << 6038;
+    QTest::newRow("hex is not decimal")
+        << QByteArray(R"json({"DiscoverPort": "0x17"})json") << 6038;
+    QTest::newRow("missing") << QByteArray(R"json({"DeviceName": "X"})json") << 0;
+}
+
+void tst_DeviceEntry::discoverPort()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(int, port);
+    QCOMPARE(int(entry(json).discoverPort()), port);
+}
+
+void tst_DeviceEntry::tintlockProfiles()
+{
+    const DeviceEntry e = entry(R"json({"TintlockProfiles": [
+        {"ledChemistry": "Kx3 (WNC)", "profileId": 26, "inputModeMap": {"0": 17, "4": 17}},
+        {"ledChemistry": "RGBW", "profileId": 12},
+        {"ledChemistry": "RGBAW", "inputModeMap": {}},
+        {"profileId": 9, "inputModeMap": {}},
+        {"ledChemistry": "RGB", "profileId": 10, "inputModeMap": {"0": 1}},
+        {"ledChemistry": "RGB", "profileId": 11, "inputModeMap": {"2": 18}}
+    ]})json");
+    QCOMPARE(e.profileIds().size(), 2);
+    QCOMPARE(e.profileId(QStringLiteral("Kx3 (WNC)")), std::optional<int>(26));
+    QCOMPARE(e.inputModeMap(QStringLiteral("Kx3 (WNC)")), (QMap<int, int>{{0, 17}, {4, 17}}));
+    // A repeated chemistry replaces the earlier profile.
+    QCOMPARE(e.profileId(QStringLiteral("RGB")), std::optional<int>(11));
+    QCOMPARE(e.inputModeMap(QStringLiteral("RGB")), (QMap<int, int>{{2, 18}}));
+    // Elements lacking one of the three keys are skipped.
+    QVERIFY(!e.profileId(QStringLiteral("RGBW")));
+    QVERIFY(!e.profileId(QStringLiteral("RGBAW")));
+}
+
+void tst_DeviceEntry::bootloaderInfo()
+{
+    const DeviceEntry e = entry(R"json({"BootloaderInfo": {
+        "BLRev": 3, "ProcName": "TVR-M0-64", "Heirarchy": 1, "FileType": "Intel HEX",
+        "WordSize": 2, "WordCount": "00020000", "VerLoc": "0x01F7F8", "BLID": "BXQRTLMN0000",
+        "Unlisted": 5
+    }})json");
+    QCOMPARE(e.bootloaderValue(QStringLiteral("BLRev")), QVariant(qint64(3)));
+    QCOMPARE(e.bootloaderValue(QStringLiteral("ProcName")).toString(), QStringLiteral("TVR-M0-64"));
+    QCOMPARE(e.bootloaderValue(QStringLiteral("WordCount")).toString(), QStringLiteral("00020000"));
+    QCOMPARE(e.bootloaderValue(QStringLiteral("VerLoc")).toString(), QStringLiteral("0x01F7F8"));
+    QCOMPARE(e.bootloaderValue(QStringLiteral("BLID")).toString(), QStringLiteral("BXQRTLMN0000"));
+    QVERIFY(!e.bootloaderInfo().contains(QStringLiteral("Unlisted")));
+    QCOMPARE(e.bootloaderInfo().size(), 8);
+
+    QVERIFY(entry(R"json({"BootloaderInfo": [1, 2]})json").bootloaderInfo().isEmpty());
+}
+
+void tst_DeviceEntry::unreadableFiles_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("write");
+
+    QTest::newRow("missing") << QByteArray() << false;
+    QTest::newRow("empty") << QByteArray() << true;
+    QTest::newRow("not JSON") << QByteArray("DeviceType = FIXTURE") << true;
+    QTest::newRow("empty object") << QByteArray("{ }") << true;
+    QTest::newRow("array") << QByteArray(R"json([{"DeviceType": "FIXTURE"}])json") << true;
+    QTest::newRow("cut short")
+        << QByteArray(R"json({"DeviceType": "FIXTURE", "SerialNumberRanges": [{"start": "1")json")
+        << true;
+}
+
+void tst_DeviceEntry::unreadableFiles()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, write);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("broken.json"));
+    if (write) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    LogCapture log;
+    const DeviceEntry e(path);
+    QVERIFY(!e.isLoaded());
+    QCOMPARE(e.filePath(), path);
+    QVERIFY(e.serialRanges().isEmpty());
+    QCOMPARE(log.lines().size(), 1);
+    QCOMPARE(log.lines().constFirst(),
+             QStringLiteral("File \"%1\" is empty or improperly formatted").arg(path));
+}
+
+void tst_DeviceEntry::wrongTypesAreSkippedSilently()
+{
+    LogCapture log;
+    const DeviceEntry e = entry(R"json({"DeviceType": "PDS", "SerialNumberRanges": {"start": "1",
+        "end": "2"}, "MemoryMap": {"name": "X", "address": 1}, "StaticValues": {"name": "X"},
+        "TintlockProfiles": "RGB", "FileVerification": true})json");
+    QVERIFY(e.isLoaded());
+    QCOMPARE(e.deviceType(), DeviceType::PDS);
+    QVERIFY(e.serialRanges().isEmpty());
+    QVERIFY(e.memoryMap().isEmpty());
+    QVERIFY(e.staticValues().isEmpty());
+    QVERIFY(e.profileIds().isEmpty());
+    QVERIFY(log.lines().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(tst_DeviceEntry)
+#include "tst_deviceentry.moc"
