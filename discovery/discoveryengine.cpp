@@ -354,6 +354,14 @@ bool DiscoveryEngine::isReadPending(const Light *light) const
     return light && m_runs.contains(light->serialNumber());
 }
 
+int DiscoveryEngine::readProgress(const Light *light) const
+{
+    if (!light)
+        return -1;
+    const auto run = m_runs.constFind(light->serialNumber());
+    return run == m_runs.cend() ? -1 : run->next;
+}
+
 bool DiscoveryEngine::hasPendingReads() const
 {
     return !m_runs.isEmpty() || !m_pendingVariables.isEmpty();

@@ -69,6 +69,8 @@ public:
     QList<Light *> lights() const;
     Light *lightBySerial(quint64 serial) const { return m_lightsBySerial.value(serial); }
     bool isReadPending(const Light *light) const;
+    // How many steps of the light's current run have been answered; -1 without a run.
+    int readProgress(const Light *light) const;
     bool hasPendingReads() const;
 
     // Hands a discovered object to the caller; it stays known to the engine by address or

@@ -118,6 +118,14 @@ void LightDataReader::handleCheck()
     for (auto it = m_inFlight.begin(); it != m_inFlight.end(); ++it) {
         if (it->deadline > now)
             continue;
+        const int step = m_engine.readProgress(it->light);
+        if (it->light && step > it->step) {
+            // Answers came in since the last look: only a stalled step counts attempts.
+            it->step = step;
+            it->attempts = 1;
+            it->deadline = now + m_timeoutMs;
+            continue;
+        }
         if (!it->light || it->attempts >= m_maxAttempts) {
             givenUp << it.key();
             continue;

@@ -30,7 +30,8 @@ public:
     void setWindow(int lights) { m_window = qMax(1, lights); }
     // How long one request may go unanswered before it is asked again.
     void setRequestTimeoutMs(int ms) { m_timeoutMs = qMax(1, ms); }
-    // Requests per step of a light's read, the first included.
+    // Requests per step of a light's read, the first included; a light that moves on to its
+    // next step starts counting again.
     void setMaxAttempts(int attempts) { m_maxAttempts = qMax(1, attempts); }
 
     void start(const QList<Light *> &lights);
@@ -56,7 +57,8 @@ private:
     {
         QPointer<Light> light;
         qint64 deadline = 0;
-        int attempts = 0;
+        int attempts = 0; // requests for the current step
+        int step = 0;     // the engine's progress when the step began
     };
 
     void begin(const QList<Light *> &lights);
@@ -68,7 +70,7 @@ private:
     void finishIfDone();
 
     DiscoveryEngine &m_engine;
-    int m_window = 64;
+    int m_window = 128;
     int m_timeoutMs = 300;
     int m_maxAttempts = 12;
     QList<QPointer<Light>> m_queue;

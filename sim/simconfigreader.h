@@ -16,7 +16,7 @@
 //   "supplies": [ {
 //       "address": "127.0.1.1",            default 127.0.1.N for the N-th supply
 //       "mac": "02:4C:00:00:01:01",        default 02:4C:00:00:00:N
-//       "serial": "4C510002",              hexadecimal; wider than 32 bits answers 0x000F
+//       "serial": "01A20002",              hexadecimal; wider than 32 bits answers 0x000F
 //       "wideSerial": false,               answer discover with the 64-bit reply anyway
 //       "version": 2,                      1, 2 or 3
 //       "universe": 1, "versionText": "2.4.1", "idText": "Sim Supply Two",
@@ -24,7 +24,7 @@
 //       "variables": { "1": 2 },           device variable id (decimal or hex text) -> value
 //       "ports": [ { "number": 1, "type": 1, "lights": [ LIGHT, ... ] } ] } ] }
 //
-// LIGHT: { "serial": "4C310101" } for a classic light or { "uid": "7FF701000201" } for an RDM
+// LIGHT: { "serial": "10310101" } for a classic light or { "uid": "7A7001000201" } for an RDM
 // light, plus optional "count" (a run of lights with consecutive serials and DMX offsets
 // advancing by the footprint), "dmxOffset" (0..511), "footprint" (default 3), "firmware"
 // (memory byte 5), "memory" ({ "address": byte }), and for RDM lights "model",

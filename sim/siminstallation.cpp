@@ -91,7 +91,7 @@ QJsonObject supplyToJson(const SimSupply &supply)
     return object;
 }
 
-// "classic 4C310001-4C310032 (DMX 1-150)": consecutive serials of one kind collapse to a range.
+// "classic 10310001-10310032 (DMX 1-150)": consecutive serials of one kind collapse to a range.
 QStringList describeRuns(const QVector<SimLight> &lights)
 {
     QStringList runs;

@@ -66,9 +66,9 @@ void tst_SimCli::list()
     QCOMPARE(result.status, 0);
     QVERIFY2(result.out.startsWith(QStringLiteral("4 supplies, 350 lights\n")),
              qPrintable(result.out));
-    QVERIFY(result.out.contains(QStringLiteral("127.0.1.4  v3  serial 4C5300000004")));
+    QVERIFY(result.out.contains(QStringLiteral("127.0.1.4  v3  serial 000001A50004")));
     QVERIFY(result.out.contains(
-        QStringLiteral("classic 4C320201-4C32021E (DMX 1-90), RDM 7FF701000201-7FF701000214 "
+        QStringLiteral("classic 10210201-1021021E (DMX 1-90), RDM 7A7001000201-7A7001000214 "
                        "(DMX 91-150)")));
 }
 

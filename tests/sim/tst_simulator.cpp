@@ -200,9 +200,9 @@ void tst_Simulator::eeReadGivesDmxOffset_data()
     QTest::addColumn<QString>("supply");
     QTest::addColumn<quint32>("serial");
     QTest::addColumn<int>("offset");
-    QTest::newRow("first light") << "127.0.1.1" << 0x4C310001u << 0;
-    QTest::newRow("last light of supply one") << "127.0.1.1" << 0x4C310032u << 147;
-    QTest::newRow("after the first 256 channels") << "127.0.1.4" << 0x4C310659u << 264;
+    QTest::newRow("first light") << "127.0.1.1" << 0x10310001u << 0;
+    QTest::newRow("last light of supply one") << "127.0.1.1" << 0x10310032u << 147;
+    QTest::newRow("after the first 256 channels") << "127.0.1.4" << 0x10310659u << 264;
 }
 
 // The two bytes at 64 (high) and 65 (low) give the light's DMX offset.
@@ -241,7 +241,7 @@ void tst_Simulator::rdmDeviceInfo()
     QVERIFY(simulator);
     Client client;
     // Second RDM light of supply two's port 2: DMX offset 93, start address 94.
-    QVERIFY(client.send(rdmGet(0x7FF701000202ull, 0x0060), QStringLiteral("127.0.1.2")));
+    QVERIFY(client.send(rdmGet(0x7A7001000202ull, 0x0060), QStringLiteral("127.0.1.2")));
     QTRY_COMPARE(client.received.size(), 1);
     const QByteArray reply = client.received.first().data();
     QCOMPARE(typeOf(reply), quint16(0x0304));
@@ -251,8 +251,8 @@ void tst_Simulator::rdmDeviceInfo()
     for (int i = 0; i < 24 + 19; ++i)
         sum = quint16(sum + quint8(m.at(i)));
     QCOMPARE(readBe(m, 43, 2), quint64(sum));
-    QCOMPARE(readBe(m, 9, 6), quint64(0x7FF701000202ull));
-    QCOMPARE(readBe(m, 24 + 2, 2), quint64(257)); // device model id
+    QCOMPARE(readBe(m, 9, 6), quint64(0x7A7001000202ull));
+    QCOMPARE(readBe(m, 24 + 2, 2), quint64(301)); // device model id
     QCOMPARE(readBe(m, 24 + 14, 2), quint64(94)); // DMX start address
 }
 
@@ -307,7 +307,7 @@ void tst_Simulator::dropsTheConfiguredShare()
     const int requests = 300;
     // In bursts small enough for the socket's receive buffer.
     for (int i = 0; i < requests; ++i) {
-        const quint32 serial = 0x4C310101u + quint32(i % 50);
+        const quint32 serial = 0x10310101u + quint32(i % 50);
         QVERIFY(client.send(eeRead(serial, 65), QStringLiteral("127.0.1.2")));
         if (i % 50 == 49)
             QTRY_COMPARE(simulator->stats().requests, quint64(i + 1));

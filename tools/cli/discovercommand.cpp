@@ -1,6 +1,10 @@
 #include "discovercommand.h"
 
 #include "clicommand.h"
+#include "devices/devicedictionary.h"
+#include "devices/definitionpropertyformat.h"
+#include "devices/deviceresources.h"
+#include "discovery/definitionreadplan.h"
 #include "discovery/discoveredmap.h"
 #include "discovery/discoveryengine.h"
 #include "discovery/lightdatareader.h"
@@ -143,7 +147,10 @@ int runDiscoverCommand(const QStringList &arguments)
         return ExitUsage;
     }
 
+    DeviceResources::registerResources();
     DiscoveryEngine engine;
+    // Read what each light's device definition says its memory holds, not only its address.
+    engine.setReadPlan(std::make_shared<DefinitionReadPlan>(*DeviceDictionary::instance()));
     SupplySearch supplySearch(engine);
     supplySearch.start(timeoutMs);
     waitFor(supplySearch);
@@ -181,6 +188,7 @@ int runDiscoverCommand(const QStringList &arguments)
 
     if (parser.isSet(save)) {
         MapModel model;
+        model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
         addDiscoveredToMap(model, engine, supplySearch.supplies(), lights);
         if (!model.saveToFile(parser.value(save))) {
             err() << "orrery-cli: unable to save file " << parser.value(save) << Qt::endl;
