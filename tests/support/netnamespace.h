@@ -5,6 +5,9 @@
 // protocol port moves on into a fresh namespace of its own, so tests running side by side
 // never see each other's interfaces or ports, and whatever it creates vanishes with it.
 #include <QByteArray>
+#include <QFile>
+#include <QRegularExpression>
+#include <QThread>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -64,11 +67,33 @@ inline bool enterFresh(QString *error)
     return ip(QStringLiteral("link set lo up"), error);
 }
 
+// A veth end brought up is not usable at once: its carrier follows a moment later, and a
+// send before then fails. Waits up to two seconds for the link to come up.
+inline void waitForCarrier(const QString &device)
+{
+    QFile operstate(QStringLiteral("/sys/class/net/%1/operstate").arg(device));
+    for (int i = 0; i < 200; ++i) {
+        if (operstate.open(QIODevice::ReadOnly)) {
+            const QByteArray state = operstate.readAll().trimmed();
+            operstate.close();
+            if (state == "up" || state == "unknown")
+                return;
+        }
+        QThread::msleep(10);
+    }
+}
+
 inline bool setUp(const QStringList &commands, QString *error)
 {
     for (const QString &command : commands) {
         if (!ip(command, error))
             return false;
+    }
+    static const QRegularExpression linkUp(QStringLiteral("^link set (\\S+) up$"));
+    for (const QString &command : commands) {
+        const QRegularExpressionMatch match = linkUp.match(command);
+        if (match.hasMatch())
+            waitForCarrier(match.captured(1));
     }
     return true;
 }
