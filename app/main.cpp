@@ -1,4 +1,5 @@
 #include "app/kestrel.h"
+#include "app/networkoptions.h"
 #include "app/splashscreen.h"
 #include "colour/ledprofileregistry.h"
 #include "ui/uiresources.h"
@@ -6,6 +7,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
+#include <QMessageBox>
 #include <QTimer>
 
 namespace {
@@ -33,7 +35,14 @@ int main(int argc, char *argv[])
     parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("map"), QStringLiteral("Map file to open."),
                                  QStringLiteral("[map]"));
+    NetworkOptions::addTo(parser);
     parser.process(app);
+    // Before anything can send: the protocol object broadcasts as soon as it exists.
+    QString networkError;
+    if (!NetworkOptions::apply(parser, &app, &networkError)) {
+        QMessageBox::critical(nullptr, QStringLiteral("Error"), networkError);
+        return 1;
+    }
 
     LedProfileRegistry::instance();
 

@@ -15,6 +15,21 @@ QHostAddress &defaultBroadcast()
 
 const QString kDirectedBroadcastInterface = QStringLiteral("eth0");
 
+bool &loopbackOnly()
+{
+    static bool only = false;
+    return only;
+}
+
+// In loop-back-only mode nothing may leave the machine: every destination must be 127/8.
+bool allowed(const QHostAddress &destination)
+{
+    if (!loopbackOnly() || destination.isLoopback())
+        return true;
+    qCWarning(lcNet) << "Not sending to" << destination.toString() << "in loop-back-only mode";
+    return false;
+}
+
 } // namespace
 
 KSocket::KSocket(QObject *parent) : QUdpSocket(parent)
@@ -43,6 +58,16 @@ QHostAddress KSocket::defaultBroadcastAddress()
     return defaultBroadcast();
 }
 
+void KSocket::setLoopbackOnly(bool only)
+{
+    loopbackOnly() = only;
+}
+
+bool KSocket::isLoopbackOnly()
+{
+    return loopbackOnly();
+}
+
 void KSocket::setBroadcastAddress(const QHostAddress &address)
 {
     m_broadcastAddress = address;
@@ -54,7 +79,7 @@ bool KSocket::sendTo(const QString &address, const char *data, qint64 length)
     const std::optional<quint32> ip = parseDottedQuad(address);
     // A socket that could not bind sends nothing: the toolkit would otherwise bind it behind
     // our back on the first write.
-    if (!ip || !m_bound)
+    if (!ip || !m_bound || !allowed(QHostAddress(*ip)))
         return false;
     return writeDatagram(data, length, QHostAddress(*ip), kPort) != -1;
 }
@@ -65,6 +90,8 @@ bool KSocket::sendBroadcast(const char *data, qint64 length)
         return false;
     if (!m_broadcastChosen && m_broadcastAddress == QHostAddress(QHostAddress::Broadcast))
         findDirectedBroadcast();
+    if (!allowed(m_broadcastAddress))
+        return false;
     return writeDatagram(data, length, m_broadcastAddress, kPort) != -1;
 }
 

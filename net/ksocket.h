@@ -30,6 +30,11 @@ public:
     // A null address clears the choice: new sockets go back to the interface scan.
     static void setDefaultBroadcastAddress(const QHostAddress &address);
     static QHostAddress defaultBroadcastAddress();
+    // Process-wide guard for the demonstration mode: every send to an address outside 127/8
+    // (broadcasts included) is refused and logged, so a simulated installation can be tried
+    // on a machine that sits on a real lighting network.
+    static void setLoopbackOnly(bool only);
+    static bool isLoopbackOnly();
 
     // Sends one datagram to port 6038 of the dotted-quad address; false when the address does
     // not parse, the bind failed or the write failed.

@@ -63,6 +63,7 @@ private slots:
     void broadcastDestination();
     void limitedBroadcastWithoutRoute();
     void failedBindAnswersFalse();
+    void loopbackOnlyKeepsEverythingOnTheMachine();
     void sendTo_data();
     void sendTo();
     void readPending();
@@ -85,6 +86,27 @@ void tst_KSocket::init()
 void tst_KSocket::cleanup()
 {
     KSocket::setDefaultBroadcastAddress(QHostAddress());
+    KSocket::setLoopbackOnly(false);
+}
+
+void tst_KSocket::loopbackOnlyKeepsEverythingOnTheMachine()
+{
+    QString error;
+    QVERIFY2(NetNamespace::setUp(veth("eth0", "peer0", "192.168.1.10/24"), &error),
+             qPrintable(error));
+    Receiver receiver;
+    QVERIFY(receiver.bind());
+    KSocket::setLoopbackOnly(true);
+    KSocket socket;
+    QTest::ignoreMessage(QtWarningMsg, "Not sending to \"192.168.1.20\" in loop-back-only mode");
+    QVERIFY(!socket.sendTo(QStringLiteral("192.168.1.20"), "x", 1));
+    // eth0 is found, but its directed broadcast would leave the machine.
+    QTest::ignoreMessage(QtWarningMsg, "Not sending to \"192.168.1.255\" in loop-back-only mode");
+    QVERIFY(!socket.sendBroadcast("x", 1));
+    QVERIFY(socket.sendTo(QStringLiteral("127.0.0.1"), "local", 5));
+    socket.setBroadcastAddress(QHostAddress(QStringLiteral("127.255.255.255")));
+    QVERIFY(socket.sendBroadcast("local", 5));
+    QTRY_COMPARE(receiver.datagrams().size(), 2);
 }
 
 void tst_KSocket::broadcastDestination_data()
