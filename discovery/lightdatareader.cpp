@@ -18,6 +18,7 @@ void LightDataReader::start(const QList<Light *> &lights)
     m_lights.clear();
     m_read = 0;
     m_failed = 0;
+    m_resends = 0;
     begin(lights);
 }
 
@@ -131,6 +132,7 @@ void LightDataReader::handleCheck()
             continue;
         }
         ++it->attempts;
+        ++m_resends;
         it->deadline = now + m_timeoutMs;
         m_engine.resumeLightData(it->light);
     }

@@ -45,6 +45,8 @@ public:
     int total() const { return m_states.size(); }
     int readCount() const { return m_read; }
     int failedCount() const { return m_failed; }
+    // Requests sent again because an answer did not come in time (a measure of loss).
+    int resendCount() const { return m_resends; }
     QList<quint64> unfinished() const;
 
 signals:
@@ -79,6 +81,7 @@ private:
     QHash<quint64, QPointer<Light>> m_lights;
     int m_read = 0;
     int m_failed = 0;
+    int m_resends = 0;
     QElapsedTimer m_clock;
     QTimer m_check;
 };
