@@ -23,4 +23,22 @@ int offsetFromAddress(int address)
     return qBound(kMinAddress, address, kMaxAddress) - 1;
 }
 
+std::optional<int> offsetFromText(const QString &text)
+{
+    const QString trimmed = text.trimmed();
+    bool ok = false;
+    const uint offset = trimmed.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
+                            ? trimmed.mid(2).toUInt(&ok, 16)
+                            : trimmed.toUInt(&ok, 10);
+    if (!ok || offset > uint(kMaxOffset))
+        return std::nullopt;
+    return int(offset);
+}
+
+int addressFromText(const QString &text)
+{
+    const std::optional<int> offset = offsetFromText(text);
+    return offset ? *offset + 1 : 0;
+}
+
 } // namespace DmxAddress

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
+
+#include <optional>
 
 #include <utility>
 
@@ -24,5 +27,11 @@ std::pair<quint8, quint8> bytesForOffset(int offset);
 // DMX address from offset and back, each limited to its range.
 int addressFromOffset(int offset);
 int offsetFromAddress(int address);
+
+// The offset a light's DMX_OFFSET property holds: decimal, or hexadecimal written "0x...";
+// none when the text is empty, not a number or outside 0..511.
+std::optional<int> offsetFromText(const QString &text);
+// The DMX address of that property (offset + 1), or 0 when it holds no valid offset.
+int addressFromText(const QString &text);
 
 } // namespace DmxAddress

@@ -1,5 +1,6 @@
 #include "discovery/discoveredmap.h"
 
+#include "devices/dmxaddress.h"
 #include "discovery/discoveryengine.h"
 #include "model/datasupply.h"
 #include "model/light.h"
@@ -11,12 +12,7 @@
 
 int dmxAddressOf(const Light &light)
 {
-    const QString text = light.deviceProperty(QStringLiteral("DMX_OFFSET")).trimmed();
-    bool ok = false;
-    const int offset = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
-                           ? text.mid(2).toInt(&ok, 16)
-                           : text.toInt(&ok);
-    return ok && offset >= 0 && offset <= 511 ? offset + 1 : 0;
+    return DmxAddress::addressFromText(light.deviceProperty(QStringLiteral("DMX_OFFSET")));
 }
 
 namespace {

@@ -40,6 +40,8 @@ private slots:
     void bigEndianValues_data();
     void bigEndianValues();
     void dmxAddressRule_data();
+    void dmxOffsetText_data();
+    void dmxOffsetText();
     void dmxAddressRule();
     void dmxOffsetThroughItsMemoryMapItem();
 };
@@ -228,6 +230,28 @@ void tst_MemoryMapEntry::dmxAddressRule()
     const auto bytes = DmxAddress::bytesForOffset(DmxAddress::offsetFromAddress(address));
     QCOMPARE(int(bytes.first), high);
     QCOMPARE(int(bytes.second), low);
+}
+
+void tst_MemoryMapEntry::dmxOffsetText_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("address");
+    QTest::newRow("decimal") << "42" << 43;
+    QTest::newRow("hexadecimal") << "0x1FF" << 512;
+    QTest::newRow("upper-case prefix") << "0X10" << 17;
+    QTest::newRow("blanks around") << " 7 " << 8;
+    QTest::newRow("past the universe") << "512" << 0;
+    QTest::newRow("negative") << "-1" << 0;
+    QTest::newRow("not a number") << "RGB" << 0;
+    QTest::newRow("unknown") << "" << 0;
+}
+
+void tst_MemoryMapEntry::dmxOffsetText()
+{
+    QFETCH(QString, text);
+    QFETCH(int, address);
+    QCOMPARE(DmxAddress::addressFromText(text), address);
+    QCOMPARE(DmxAddress::offsetFromText(text).has_value(), address != 0);
 }
 
 void tst_MemoryMapEntry::dmxOffsetThroughItsMemoryMapItem()
