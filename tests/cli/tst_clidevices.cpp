@@ -1,26 +1,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QtTest>
 
+#include "support/programrun.h"
+
 namespace {
-
-struct Run
-{
-    int status = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-Run cli(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ORRERY_BINARY_DIR "/tools/cli/orrery-cli"), arguments);
-    process.waitForFinished(30000);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            process.readAllStandardOutput(), process.readAllStandardError()};
-}
 
 } // namespace
 
@@ -40,7 +25,7 @@ private slots:
 
 void tst_CliDevices::listsEveryDefinition()
 {
-    const Run run = cli({"devices"});
+    const ProgramRun run = cli({"devices"});
     QCOMPARE(run.status, 0);
     QVERIFY(run.out.contains(
         ":/DeviceConfigFiles/generic/generic-3ch.json\n"
@@ -53,14 +38,14 @@ void tst_CliDevices::listsEveryDefinition()
     // Loading the shipped files logs nothing.
     QCOMPARE(run.err, QByteArray());
 
-    const Run keypads = cli({"devices", "--type", "keypad"});
+    const ProgramRun keypads = cli({"devices", "--type", "keypad"});
     QCOMPARE(keypads.status, 0);
     QVERIFY(keypads.out.endsWith("2 definitions (2 KEYPAD)\n"));
 }
 
 void tst_CliDevices::listsAsJson()
 {
-    const Run run = cli({"devices", "--json"});
+    const ProgramRun run = cli({"devices", "--json"});
     QCOMPARE(run.status, 0);
     const QJsonArray list = QJsonDocument::fromJson(run.out).array();
     QVERIFY(list.size() >= 30);
@@ -105,14 +90,14 @@ void tst_CliDevices::serialLookup()
     QFETCH(QString, serial);
     QFETCH(int, status);
     QFETCH(QByteArray, expected);
-    const Run run = cli({"devices", "--serial", serial});
+    const ProgramRun run = cli({"devices", "--serial", serial});
     QCOMPARE(run.status, status);
     QVERIFY2(run.out.contains(expected), run.out.constData());
 }
 
 void tst_CliDevices::serialLookupAsJson()
 {
-    const Run run = cli({"devices", "--serial", "7A7001000005", "--json"});
+    const ProgramRun run = cli({"devices", "--serial", "7A7001000005", "--json"});
     QCOMPARE(run.status, 0);
     const QJsonObject result = QJsonDocument::fromJson(run.out).object();
     QCOMPARE(result.value("serial").toString(), QStringLiteral("7A7001000005"));
@@ -122,7 +107,7 @@ void tst_CliDevices::serialLookupAsJson()
     QCOMPARE(coded.at(1).toObject().value("productCode").toString(),
              QStringLiteral("D.0301-P.0101-F.0200"));
 
-    const Run unknown = cli({"devices", "--serial", "5", "--json"});
+    const ProgramRun unknown = cli({"devices", "--serial", "5", "--json"});
     QCOMPARE(unknown.status, 1);
     const QJsonObject none = QJsonDocument::fromJson(unknown.out).object();
     QVERIFY(none.value("definition").isNull());
@@ -144,7 +129,7 @@ void tst_CliDevices::badArguments_data()
 void tst_CliDevices::badArguments()
 {
     QFETCH(QStringList, arguments);
-    const Run run = cli(arguments);
+    const ProgramRun run = cli(arguments);
     QCOMPARE(run.status, 2);
     QVERIFY(!run.err.isEmpty());
 }

@@ -1,27 +1,12 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include "support/programrun.h"
+
 namespace {
-
-struct Run
-{
-    int status = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-Run cli(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ORRERY_BINARY_DIR "/tools/cli/orrery-cli"), arguments);
-    process.waitForFinished(30000);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            process.readAllStandardOutput(), process.readAllStandardError()};
-}
 
 const QString kExample = QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map");
 
@@ -41,7 +26,7 @@ private slots:
 
 void tst_CliMap::infoPrintsCountsAndMessages()
 {
-    const Run run = cli({"map", "info", kExample});
+    const ProgramRun run = cli({"map", "info", kExample});
     QCOMPARE(run.status, 0);
     QVERIFY(run.out.contains("Opening map file: "));
     QVERIFY(run.out.contains("Loading a Vistra IP DataSupply."));
@@ -50,7 +35,7 @@ void tst_CliMap::infoPrintsCountsAndMessages()
 
 void tst_CliMap::infoJsonCarriesTheWholeModel()
 {
-    const Run run = cli({"map", "info", "--json", kExample});
+    const ProgramRun run = cli({"map", "info", "--json", kExample});
     QCOMPARE(run.status, 0);
     QJsonParseError error;
     const QJsonObject map = QJsonDocument::fromJson(run.out, &error).object();
@@ -98,7 +83,7 @@ void tst_CliMap::resaveWritesALoadableMap()
     f.close();
 
     const QString out = dir.filePath("clean.map");
-    const Run run = cli({"map", "resave", hand, out});
+    const ProgramRun run = cli({"map", "resave", hand, out});
     QCOMPARE(run.status, 0);
     QFile written(out);
     QVERIFY(written.open(QIODevice::ReadOnly));
@@ -130,7 +115,7 @@ void tst_CliMap::failuresAndUsage()
     QFETCH(QStringList, arguments);
     QFETCH(int, status);
     QFETCH(QString, stderrText);
-    const Run run = cli(arguments);
+    const ProgramRun run = cli(arguments);
     QCOMPARE(run.status, status);
     if (stderrText.isEmpty())
         QVERIFY(run.out.contains("Usage: orrery-cli"));
