@@ -3,6 +3,7 @@
 // attached (against the bare model), and one light edit with the panes following it.
 //
 //   bench_lighttree        run on the offscreen platform unless QT_QPA_PLATFORM is set
+#include "benchinstallation.h"
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
@@ -22,51 +23,7 @@
 
 namespace {
 
-constexpr int kSupplies = 100;
-constexpr int kLightsPerSupply = 150;
-constexpr int kGroups = 300;
-constexpr int kGroupSize = 50;
-
 QString g_mapPath;
-
-void fillInstallation(MapModel &model)
-{
-    QList<quint64> lightUids;
-    for (int s = 0; s < kSupplies; ++s) {
-        auto supply = std::make_unique<DataSupply>(DataSupply::VistraIp);
-        supply->setUid(model.newUid());
-        supply->setName(QStringLiteral("Supply %1").arg(s));
-        supply->setSerialNumber(0x01A20000 + s);
-        supply->setIpAddress(
-            QHostAddress(QStringLiteral("10.40.%1.%2").arg(s / 200).arg(s % 200 + 1)));
-        supply->setPortCount(2);
-        const quint64 supplyUid = supply->uid();
-        DataSupply *raw = supply.get();
-        model.addDataSupply(std::move(supply));
-        for (int i = 0; i < kLightsPerSupply; ++i) {
-            auto light = std::make_unique<Light>();
-            light->setUid(model.newUid());
-            light->setName(QStringLiteral("S%1 L%2").arg(s).arg(i));
-            light->setDataSupply(supplyUid);
-            light->setPortNumber(i / 75);
-            light->setLightNumber(i % 75);
-            light->setPosition(24.0 * (i % 75), 24.0 * (s * 2 + i / 75), 0);
-            light->setSerialNumber(0x10100000 + s * 1000 + i);
-            light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(3 * (i % 75)));
-            raw->addLight(light->uid());
-            lightUids << light->uid();
-            model.addLight(std::move(light));
-        }
-    }
-    for (int g = 0; g < kGroups; ++g) {
-        auto group = std::make_unique<Group>();
-        group->setUid(model.newUid());
-        group->setName(QStringLiteral("Group %1").arg(g));
-        for (int m = 0; m < kGroupSize; ++m)
-            group->appendChild(lightUids.at((g * kGroupSize + m) % lightUids.size()));
-        model.addGroup(std::move(group));
-    }
-}
 
 // The two panes as the main window shows them, on screen, every supply and group expanded
 // (the worst case for the views).
@@ -110,7 +67,8 @@ void BM_LoadWithPanes(benchmark::State &state)
         if (!model.loadFromFile(g_mapPath))
             state.SkipWithError("load failed");
         panes.expandAndPaint();
-        if (panes.lights->lightModel()->lightRowCount() != kSupplies * kLightsPerSupply)
+        if (panes.lights->lightModel()->lightRowCount() !=
+            BenchInstallation::kSupplies * BenchInstallation::kLightsPerSupply)
             state.SkipWithError("pane incomplete");
     }
 }
@@ -139,7 +97,8 @@ void BM_RenameOneLightWithPanes(benchmark::State &state)
     Panes panes(model);
     model.loadFromFile(g_mapPath);
     panes.expandAndPaint();
-    Light *light = model.lights().at(kSupplies * kLightsPerSupply / 2);
+    Light *light =
+        model.lights().at(BenchInstallation::kSupplies * BenchInstallation::kLightsPerSupply / 2);
     int round = 0;
     for (auto _ : state) {
         light->setName(QStringLiteral("Renamed %1").arg(++round));
@@ -153,7 +112,8 @@ void BM_MoveOneLightToAnotherPortWithPanes(benchmark::State &state)
     Panes panes(model);
     model.loadFromFile(g_mapPath);
     panes.expandAndPaint();
-    Light *light = model.lights().at(kSupplies * kLightsPerSupply / 2);
+    Light *light =
+        model.lights().at(BenchInstallation::kSupplies * BenchInstallation::kLightsPerSupply / 2);
     for (auto _ : state) {
         light->setPortNumber(light->portNumber() == 0 ? 1 : 0);
         QCoreApplication::processEvents();
@@ -177,7 +137,7 @@ int main(int argc, char **argv)
     g_mapPath = dir.filePath(QStringLiteral("installation.map"));
     {
         MapModel model;
-        fillInstallation(model);
+        BenchInstallation::fill(model);
         if (!model.saveToFile(g_mapPath))
             return 1;
     }

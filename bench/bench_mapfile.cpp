@@ -4,6 +4,7 @@
 //
 //   bench_mapfile                          run the benchmarks and print the summary
 //   bench_mapfile --rss-after-load FILE    (internal) load FILE, print resident memory in kB
+#include "benchinstallation.h"
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
@@ -23,60 +24,8 @@
 
 namespace {
 
-constexpr int kSupplies = 100;
-constexpr int kLightsPerSupply = 150;
-constexpr int kGroups = 300;
-constexpr int kGroupSize = 50;
-
 std::map<std::string, double> g_secondsPerRun;
 QString g_mapPath;
-
-void fillInstallation(MapModel &model)
-{
-    QList<quint64> lightUids;
-    for (int s = 0; s < kSupplies; ++s) {
-        auto supply = std::make_unique<DataSupply>(DataSupply::VistraIp);
-        supply->setUid(model.newUid());
-        supply->setName(QStringLiteral("Supply %1").arg(s));
-        supply->setSerialNumber(0x01A20000 + s);
-        supply->setIpAddress(QHostAddress(QStringLiteral("10.40.%1.%2").arg(s / 200).arg(s % 200 + 1)));
-        supply->setMacAddress(QStringLiteral("00:1C:42:0B:%1:%2")
-                                  .arg(s / 256, 2, 16, QLatin1Char('0'))
-                                  .arg(s % 256, 2, 16, QLatin1Char('0'))
-                                  .toUpper());
-        supply->setPortCount(2);
-        supply->setPort(0, {1, 1, 0});
-        supply->setPort(1, {2, 1, 0});
-        supply->setDMXBufSize(512);
-        const quint64 supplyUid = supply->uid();
-        DataSupply *raw = supply.get();
-        model.addDataSupply(std::move(supply));
-        for (int i = 0; i < kLightsPerSupply; ++i) {
-            auto light = std::make_unique<Light>();
-            light->setUid(model.newUid());
-            light->setName(QStringLiteral("S%1 L%2").arg(s).arg(i));
-            light->setDataSupply(supplyUid);
-            light->setPortNumber(i / 75);
-            light->setLightNumber(i % 75);
-            light->setPosition(24.0 * (i % 75), 24.0 * (s * 2 + i / 75), 0);
-            light->setChannel(3 * (i % 75));
-            light->setSerialNumber(0x10100000 + s * 1000 + i);
-            light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(3 * (i % 75)));
-            light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("RGB"));
-            raw->addLight(light->uid());
-            lightUids << light->uid();
-            model.addLight(std::move(light));
-        }
-    }
-    for (int g = 0; g < kGroups; ++g) {
-        auto group = std::make_unique<Group>();
-        group->setUid(model.newUid());
-        group->setName(QStringLiteral("Group %1").arg(g));
-        for (int m = 0; m < kGroupSize; ++m)
-            group->appendChild(lightUids.at((g * kGroupSize + m) % lightUids.size()));
-        model.addGroup(std::move(group));
-    }
-}
 
 void record(benchmark::State &state, const char *name, double seconds)
 {
@@ -86,7 +35,7 @@ void record(benchmark::State &state, const char *name, double seconds)
 void BM_Save(benchmark::State &state)
 {
     MapModel model;
-    fillInstallation(model);
+    BenchInstallation::fill(model);
     const QString path = g_mapPath + QStringLiteral(".saved");
     QElapsedTimer timer;
     double seconds = 0;
@@ -106,7 +55,9 @@ void BM_Load(benchmark::State &state)
     for (auto _ : state) {
         MapModel model;
         timer.start();
-        if (!model.loadFromFile(g_mapPath) || model.lightCount() != kSupplies * kLightsPerSupply)
+        if (!model.loadFromFile(g_mapPath) ||
+            model.lightCount() !=
+                BenchInstallation::kSupplies * BenchInstallation::kLightsPerSupply)
             state.SkipWithError("load failed");
         seconds += timer.nsecsElapsed() / 1e9;
     }
@@ -119,8 +70,8 @@ void BM_XmllintParse(benchmark::State &state)
     double seconds = 0;
     for (auto _ : state) {
         timer.start();
-        const int status = QProcess::execute(QStringLiteral("xmllint"),
-                                             {QStringLiteral("--noout"), g_mapPath});
+        const int status =
+            QProcess::execute(QStringLiteral("xmllint"), {QStringLiteral("--noout"), g_mapPath});
         seconds += timer.nsecsElapsed() / 1e9;
         if (status != 0)
             state.SkipWithError("xmllint failed (is libxml2-utils installed?)");
@@ -161,7 +112,7 @@ int main(int argc, char **argv)
     g_mapPath = dir.filePath(QStringLiteral("installation.map"));
     {
         MapModel model;
-        fillInstallation(model);
+        BenchInstallation::fill(model);
         if (!model.saveToFile(g_mapPath))
             return 1;
     }
@@ -171,14 +122,16 @@ int main(int argc, char **argv)
     benchmark::Shutdown();
 
     QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--rss-after-load"), g_mapPath});
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--rss-after-load"), g_mapPath});
     child.waitForFinished(-1);
     const double rssMb = child.readAllStandardOutput().trimmed().toDouble() / 1024.0;
 
     const double xmllint = g_secondsPerRun["xmllint"];
     std::printf("\nmap file: %lld bytes, %d lights, %d supplies, %d groups\n",
-                static_cast<long long>(QFile(g_mapPath).size()), kSupplies * kLightsPerSupply,
-                kSupplies, kGroups);
+                static_cast<long long>(QFile(g_mapPath).size()),
+                BenchInstallation::kSupplies * BenchInstallation::kLightsPerSupply,
+                BenchInstallation::kSupplies, BenchInstallation::kGroups);
     std::printf("load / xmllint = %.2f  (goal <= 2.5)\n", g_secondsPerRun["load"] / xmllint);
     std::printf("save / xmllint = %.2f  (goal <= 2.0)\n", g_secondsPerRun["save"] / xmllint);
     std::printf("resident memory after load = %.1f MB  (goal < 150)\n", rssMb);
