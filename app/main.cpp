@@ -1,6 +1,7 @@
 #include "app/kestrel.h"
 #include "app/splashscreen.h"
 #include "colour/ledprofileregistry.h"
+#include "devices/deviceresources.h"
 #include "ui/uiresources.h"
 
 #include <QApplication>
@@ -14,6 +15,7 @@ namespace {
 // colour and profile data.
 void registerResourceBundles()
 {
+    DeviceResources::registerResources();
     LedProfileRegistry::registerResources();
 }
 
