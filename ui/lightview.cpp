@@ -69,6 +69,8 @@ LightView::LightView(MapModel &model, QWidget *parent)
     connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
             &LightView::updateEditInterfaceAction);
     connect(m_model, &QAbstractItemModel::modelReset, this, &LightView::updateEditInterfaceAction);
+    // A double-click on a supply opens its editor; the arrow still opens and closes it.
+    setExpandsOnDoubleClick(false);
     connect(this, &QAbstractItemView::doubleClicked, this, &LightView::handleDoubleClicked);
 }
 

@@ -13,6 +13,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QContextMenuEvent>
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
@@ -567,9 +568,25 @@ void tst_Kestrel::lightPaneOpensTheEditorOnASupply()
     doubleClick(view->viewport(), view->visualRect(supplyRow).center());
     QCOMPARE(m_window->model().dataSupply(supplyUid)->name(),
              QStringLiteral("From a double-click"));
+    QVERIFY(view->isExpanded(supplyRow));
     const int before = m_prompts->asked.size();
+    QVERIFY(view->visualRect(lightRow).isValid());
     doubleClick(view->viewport(), view->visualRect(lightRow).center());
     QCOMPARE(m_prompts->asked.size(), before);
+
+    // The context menu of a supply row offers the action; a light row gets no menu.
+    auto contextMenuAt = [view](const QModelIndex &row) {
+        const QPoint at = view->visualRect(row).center();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, view->viewport()->mapToGlobal(at));
+        QCoreApplication::sendEvent(view->viewport(), &event);
+        return view->findChild<QMenu *>();
+    };
+    QVERIFY(!contextMenuAt(lightRow));
+    QMenu *menu = contextMenuAt(supplyRow);
+    QVERIFY(menu);
+    QCOMPARE(menu->actions(), QList<QAction *>{view->editInterfaceAction()});
+    QCOMPARE(view->editInterfaceAction()->text(), QStringLiteral("Edit Interface..."));
+    menu->close();
 }
 
 void tst_Kestrel::doubleClick(QWidget *widget, const QPoint &position)
