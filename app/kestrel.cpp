@@ -2,9 +2,13 @@
 
 #include "app/aboutversion.h"
 #include "app/windowstate.h"
+#include "devices/definitionpropertyformat.h"
+#include "devices/deviceresources.h"
 #include "model/datasupply.h"
 #include "model/mapmodel.h"
 #include "ui/animationtemplate.h"
+#include "ui/deviceview.h"
+#include "ui/editcontrollerdialog.h"
 #include "ui/grouptreemodel.h"
 #include "ui/groupview.h"
 #include "ui/lighttreemodel.h"
@@ -26,6 +30,7 @@
 #include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QTimer>
 #include <QToolButton>
 
@@ -33,6 +38,7 @@ namespace {
 
 constexpr int kStatusTimeoutMs = 5000;
 const QString kMapSuffix = QStringLiteral(".map");
+const QString kEditControllerGroup = QStringLiteral("/EditController");
 
 } // namespace
 
@@ -44,9 +50,12 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_ui.setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/images/icons/orrery.png")));
 
+    // Normally done at start-up already; the window needs the definitions either way.
+    DeviceResources::registerResources();
     m_model = new MapModel(this);
-    m_lightView = new LightView(*m_model, m_ui.m_lightFrame);
-    m_ui.m_lightFrame->layout()->addWidget(m_lightView);
+    // Maps written from here carry the properties the device definitions name.
+    m_model->setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
+    createLightPane();
     m_groupView = new GroupView(*m_model, m_ui.m_groupFrame);
     m_ui.m_groupFrame->layout()->addWidget(m_groupView);
     new ModelProgressDialog(*m_model, this);
@@ -88,6 +97,17 @@ QString Kestrel::windowTitleFor(const QString &mapPath, bool dirty)
     if (dirty)
         title += QStringLiteral(" *");
     return title;
+}
+
+void Kestrel::createLightPane()
+{
+    m_lightTabs = new QTabWidget(m_ui.m_lightFrame);
+    m_lightTabs->setObjectName(QStringLiteral("m_lightTabs"));
+    m_lightView = new LightView(*m_model, m_lightTabs);
+    m_deviceView = new DeviceView(*m_model, m_lightTabs);
+    m_lightTabs->addTab(m_lightView, QStringLiteral("Lights"));
+    m_lightTabs->addTab(m_deviceView, QStringLiteral("Devices"));
+    m_ui.m_lightFrame->layout()->addWidget(m_lightTabs);
 }
 
 void Kestrel::connectActions()
@@ -137,6 +157,7 @@ void Kestrel::connectModel()
     connect(m_model, &MapModel::deletedLight, m_nodeCountTimer, qOverload<>(&QTimer::start));
     connect(m_model, &MapModel::clearedMap, m_nodeCountTimer, qOverload<>(&QTimer::start));
     connect(m_lightView, &LightView::setDirty, this, &Kestrel::setDirty);
+    connect(m_lightView, &LightView::editDataSupplyRequested, this, &Kestrel::editDataSupply);
     connect(m_groupView, &GroupView::setDirty, this, &Kestrel::setDirty);
 }
 
@@ -441,10 +462,17 @@ void Kestrel::handleAddInterfaceAction()
         return;
     setDirty(true);
     m_lightView->selectDataSupply(uid);
-    emit statusMsg(QStringLiteral("Added \"New %1\". The interface editor is not available yet; "
-                                  "rename the interface in the Lights/Interfaces pane (F2).")
-                       .arg(*chosen),
-                   kStatusTimeoutMs);
+    editDataSupply(uid);
+}
+
+bool Kestrel::editDataSupply(quint64 uid)
+{
+    DataSupply *supply = m_model->dataSupply(uid);
+    if (!supply)
+        return false;
+    EditControllerDialog dialog(kEditControllerGroup, supply, this);
+    connect(&dialog, &EditControllerDialog::setDirty, this, &Kestrel::setDirty);
+    return m_prompts->runDialog(dialog) == QDialog::Accepted;
 }
 
 void Kestrel::handleSnapToGridToggled(bool on)

@@ -9,9 +9,11 @@
 
 #include <memory>
 
+class DeviceView;
 class GroupView;
 class LightView;
 class MapModel;
+class QTabWidget;
 class QTimer;
 
 // The main window: the three panes (lights and interfaces, groups, layout), the menus and
@@ -37,10 +39,15 @@ public:
     const KestrelUi &ui() const { return m_ui; }
     LightView *lightView() const { return m_lightView; }
     GroupView *groupView() const { return m_groupView; }
+    DeviceView *deviceView() const { return m_deviceView; }
+    // The "Lights/Interfaces" pane's tabs: the light view, then the device view.
+    QTabWidget *lightTabs() const { return m_lightTabs; }
 
     // Opens the map at path as from the recent-maps menu: asks about unsaved changes first.
     // Returns whether the map was loaded.
     bool openMap(const QString &path);
+    // Opens the Interface Editor on a supply of the map; true when the user accepted it.
+    bool editDataSupply(quint64 uid);
 
 public slots:
     void setDirty(bool dirty);
@@ -85,6 +92,7 @@ protected:
 private:
     void connectActions();
     void connectModel();
+    void createLightPane();
     void setLiveUpdatesPaused(bool paused);
     // The save-before-discard question; true when the caller may go on.
     bool maybeSaveChanges();
@@ -106,6 +114,8 @@ private:
     MapModel *m_model = nullptr;
     LightView *m_lightView = nullptr;
     GroupView *m_groupView = nullptr;
+    DeviceView *m_deviceView = nullptr;
+    QTabWidget *m_lightTabs = nullptr;
     QTimer *m_nodeCountTimer = nullptr;
     KestrelSettings m_settings;
     RecentMaps m_recentMaps;

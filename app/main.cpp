@@ -2,6 +2,7 @@
 #include "app/networkoptions.h"
 #include "app/splashscreen.h"
 #include "colour/ledprofileregistry.h"
+#include "devices/deviceresources.h"
 #include "ui/uiresources.h"
 
 #include <QApplication>
@@ -16,6 +17,7 @@ namespace {
 // colour and profile data.
 void registerResourceBundles()
 {
+    DeviceResources::registerResources();
     LedProfileRegistry::registerResources();
 }
 

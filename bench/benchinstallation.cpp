@@ -7,7 +7,7 @@
 
 namespace BenchInstallation {
 
-void fill(MapModel &model)
+void fill(MapModel &model, const SerialOf &serialOf)
 {
     QList<quint64> lightUids;
     for (int s = 0; s < kSupplies; ++s) {
@@ -37,7 +37,7 @@ void fill(MapModel &model)
             light->setLightNumber(i % 75);
             light->setPosition(24.0 * (i % 75), 24.0 * (s * 2 + i / 75), 0);
             light->setChannel(3 * (i % 75));
-            light->setSerialNumber(0x10100000 + s * 1000 + i);
+            light->setSerialNumber(serialOf ? serialOf(s, i) : 0x10100000 + s * 1000 + i);
             light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(3 * (i % 75)));
             light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("RGB"));
             raw->addLight(light->uid());

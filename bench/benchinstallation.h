@@ -1,5 +1,9 @@
 #pragma once
 
+#include <QtGlobal>
+
+#include <functional>
+
 class MapModel;
 
 // An installation at the scale the program is built for: 15,000 lights on 100 supplies (two
@@ -12,6 +16,10 @@ constexpr int kLightsPerSupply = 150;
 constexpr int kGroups = 300;
 constexpr int kGroupSize = 50;
 
-void fill(MapModel &model);
+// Serial number of light `light` (0..149) of supply `supply` (0..99).
+using SerialOf = std::function<quint64(int supply, int light)>;
+
+// Light serials default to one fixture kind ("Vela Graze RGB series 1").
+void fill(MapModel &model, const SerialOf &serialOf = {});
 
 } // namespace BenchInstallation

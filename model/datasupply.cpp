@@ -2,6 +2,8 @@
 
 #include "model/modellogging.h"
 
+#include <QStringList>
+
 #include <algorithm>
 
 DataSupply::DataSupply(unsigned int type, QObject *parent) : QObject(parent), m_type(type) {}
@@ -103,6 +105,30 @@ void DataSupply::setDeviceProperty(const QString &name, const QString &value)
         return;
     m_properties.insert(name, value);
     emit updatedDataSupplyProperty(m_uid, name, value);
+}
+
+bool DataSupply::isAddressProperty(const QString &name)
+{
+    // DEVICE_VARIABLE_<id> is how discovery stores the variables a supply reports.
+    return name == QLatin1String("IPV4_IP_ADDRESS") ||
+           name.startsWith(QLatin1String("DEVICE_VARIABLE_"));
+}
+
+void DataSupply::forgetAddressData()
+{
+    m_ipText.clear();
+    QStringList dropped;
+    for (auto it = m_properties.begin(); it != m_properties.end();) {
+        if (isAddressProperty(it.key())) {
+            dropped.append(it.key());
+            it = m_properties.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (const QString &name : qAsConst(dropped))
+        emit updatedDataSupplyProperty(m_uid, name, QString());
+    changed();
 }
 
 void DataSupply::addLight(quint64 lightUid)

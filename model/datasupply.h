@@ -96,6 +96,14 @@ public:
     QString deviceProperty(const QString &name) const { return m_properties.value(name); }
     void setDeviceProperty(const QString &name, const QString &value);
 
+    // Device properties that describe the supply at its network address: its own stored
+    // address and the device variables read from whatever answered there.
+    static bool isAddressProperty(const QString &name);
+    // Drops what was learnt at the current address before the supply is moved to another:
+    // the address properties above and the transport's Latin-1 address text (empty until
+    // setIpAddress() is called again). Reports each dropped property with an empty value.
+    void forgetAddressData();
+
 public slots:
     void addLight(quint64 lightUid);
     void removeLight(quint64 lightUid);

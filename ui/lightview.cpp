@@ -2,7 +2,10 @@
 
 #include "ui/lighttreemodel.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QMenu>
 
 #include <algorithm>
 #include <utility>
@@ -57,6 +60,54 @@ LightView::LightView(MapModel &model, QWidget *parent)
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &LightView::updatedSelection);
     connect(m_model, &QAbstractItemModel::modelReset, this, &LightView::updatedSelection);
+
+    m_editInterfaceAction = new QAction(QStringLiteral("Edit Interface..."), this);
+    m_editInterfaceAction->setObjectName(QStringLiteral("m_editInterfaceAction"));
+    m_editInterfaceAction->setEnabled(false);
+    connect(m_editInterfaceAction, &QAction::triggered, this,
+            &LightView::handleEditInterfaceAction);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &LightView::updateEditInterfaceAction);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &LightView::updateEditInterfaceAction);
+    // A double-click on a supply opens its editor; the arrow still opens and closes it.
+    setExpandsOnDoubleClick(false);
+    connect(this, &QAbstractItemView::doubleClicked, this, &LightView::handleDoubleClicked);
+}
+
+bool LightView::isSupplyRow(const QModelIndex &index) const
+{
+    return m_model->rowKind(index) == LightTreeModel::RowKind::DataSupply;
+}
+
+void LightView::updateEditInterfaceAction()
+{
+    m_editInterfaceAction->setEnabled(isSupplyRow(currentIndex()));
+}
+
+void LightView::handleEditInterfaceAction()
+{
+    if (isSupplyRow(currentIndex()))
+        emit editDataSupplyRequested(m_model->uidAt(currentIndex()));
+}
+
+void LightView::handleDoubleClicked(const QModelIndex &index)
+{
+    if (isSupplyRow(index))
+        emit editDataSupplyRequested(m_model->uidAt(index));
+}
+
+void LightView::contextMenuEvent(QContextMenuEvent *event)
+{
+    // The scroll area hands the event on in viewport coordinates.
+    const QModelIndex index = indexAt(event->pos());
+    if (!isSupplyRow(index))
+        return;
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                 QItemSelectionModel::Rows);
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(m_editInterfaceAction);
+    menu->popup(event->globalPos());
 }
 
 QList<quint64> LightView::selectedLightUids() const

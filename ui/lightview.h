@@ -3,6 +3,7 @@
 #include <QTreeView>
 
 class LightTreeModel;
+class QAction;
 class MapModel;
 
 // The "Lights/Interfaces" pane: supplies and their lights. Names can be edited in place
@@ -24,15 +25,28 @@ public:
     // Selects the supply's row alone and scrolls to it.
     void selectDataSupply(quint64 uid);
 
+    // "Edit Interface...": asks to edit the current supply row; enabled only on one.
+    QAction *editInterfaceAction() const { return m_editInterfaceAction; }
+
     QList<int> columnWidths() const;
     void setColumnWidths(const QList<int> &widths);
 
 signals:
     void setDirty(bool dirty);
     void updatedSelection();
+    // The user asked for the Interface Editor on a supply (double-click or context menu).
+    void editDataSupplyRequested(quint64 uid);
+
+protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
     void handleRowsInserted(const QModelIndex &parent, int first, int last);
+    void handleDoubleClicked(const QModelIndex &index);
+    void handleEditInterfaceAction();
+    void updateEditInterfaceAction();
+    bool isSupplyRow(const QModelIndex &index) const;
 
     LightTreeModel *m_model;
+    QAction *m_editInterfaceAction = nullptr;
 };

@@ -6,6 +6,7 @@
 
 #include <optional>
 
+class QDialog;
 class QWidget;
 
 // Everything the main window asks the user in a modal dialog. The program uses
@@ -32,4 +33,7 @@ public:
                                          const QString &label, int value, int minimum,
                                          int maximum) = 0;
     virtual void showAbout(QWidget *parent, const QString &versionText) = 0;
+    // Runs one of our own modal dialogs and returns its result (QDialog::Accepted or
+    // Rejected). Tests fill in or press its buttons instead of waiting on exec().
+    virtual int runDialog(QDialog &dialog) = 0;
 };

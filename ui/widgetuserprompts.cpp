@@ -2,6 +2,7 @@
 
 #include "ui/aboutdialog.h"
 
+#include <QDialog>
 #include <QFileDialog>
 #include <QInputDialog>
 
@@ -61,4 +62,9 @@ void WidgetUserPrompts::showAbout(QWidget *parent, const QString &versionText)
 {
     AboutDialog dialog(versionText, parent);
     dialog.exec();
+}
+
+int WidgetUserPrompts::runDialog(QDialog &dialog)
+{
+    return dialog.exec();
 }

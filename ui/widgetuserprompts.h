@@ -20,6 +20,7 @@ public:
     std::optional<int> chooseInt(QWidget *parent, const QString &title, const QString &label,
                                  int value, int minimum, int maximum) override;
     void showAbout(QWidget *parent, const QString &versionText) override;
+    int runDialog(QDialog &dialog) override;
 
     // The box message() runs, for callers that show it themselves (screenshots).
     static std::unique_ptr<QMessageBox> buildMessageBox(QWidget *parent, QMessageBox::Icon icon,

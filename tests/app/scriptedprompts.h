@@ -2,8 +2,11 @@
 
 #include "ui/userprompts.h"
 
+#include <QDialog>
 #include <QList>
 #include <QQueue>
+
+#include <functional>
 
 // Answers the window's questions from queues filled by the test and records what was asked.
 // An empty queue answers "cancel".
@@ -12,7 +15,7 @@ class ScriptedPrompts final : public UserPrompts
 public:
     struct Asked
     {
-        QString kind;  // "open", "save", "message", "item", "int", "about"
+        QString kind;  // "open", "save", "message", "item", "int", "about", "dialog"
         QString title; // caption or title
         QString text;  // message text, label, filter or version text
         QString dir;   // starting directory of file dialogs
@@ -23,6 +26,9 @@ public:
     QQueue<QMessageBox::StandardButton> messageAnswers;
     QQueue<std::optional<QString>> itemAnswers;
     QQueue<std::optional<int>> intAnswers;
+    // Each runs in place of one dialog's exec(): it may fill in the widgets and must return
+    // the dialog's result (typically by pressing its buttons and returning result()).
+    QQueue<std::function<int(QDialog &)>> dialogScripts;
     QList<Asked> asked;
 
     QList<Asked> messages() const
@@ -71,5 +77,10 @@ public:
     void showAbout(QWidget *, const QString &versionText) override
     {
         asked.append({QStringLiteral("about"), QString(), versionText, QString()});
+    }
+    int runDialog(QDialog &dialog) override
+    {
+        asked.append({QStringLiteral("dialog"), dialog.windowTitle(), QString(), QString()});
+        return dialogScripts.isEmpty() ? int(QDialog::Rejected) : dialogScripts.dequeue()(dialog);
     }
 };

@@ -2,17 +2,27 @@
 #include "app/scriptedprompts.h"
 #include "app/testsettings.h"
 #include "model/datasupply.h"
+#include "model/light.h"
 #include "model/mapmodel.h"
+#include "support/netnamespace.h"
 #include "ui/aboutdialog.h"
+#include "ui/deviceview.h"
+#include "ui/editcontrollerdialog.h"
+#include "ui/lighttreemodel.h"
+#include "ui/lightview.h"
 
 #include <QAction>
 #include <QActionGroup>
+#include <QContextMenuEvent>
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QSplitter>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QToolButton>
 #include <QtTest>
 
@@ -50,6 +60,11 @@ private slots:
     void closingWritesTheWindowStateAndRestoresIt();
     void livePlayToggleFollowsEverywhere();
     void addInterfaceCreatesANewSupply();
+    void addInterfaceOpensTheEditorOnTheNewSupply();
+    void lightPaneOpensTheEditorOnASupply();
+    void rejectedEditorLeavesTheMapClean();
+    void devicesTabFollowsTheMap();
+    void savedMapCarriesDefinitionProperties();
     void backgroundImageMakesTheMapDirty();
     void unfinishedFeaturesSaySo_data();
     void unfinishedFeaturesSaySo();
@@ -58,6 +73,7 @@ private slots:
 private:
     QString copyOfExample(const QString &name) const;
     void makeWindow();
+    static void doubleClick(QWidget *widget, const QPoint &position);
 
     std::unique_ptr<TestSettings> m_settings;
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -67,6 +83,10 @@ private:
 
 void tst_Kestrel::initTestCase()
 {
+    // The window will own the discovery engine, which announces itself on the network.
+    const QString why = NetNamespace::enterOwn();
+    if (!why.isEmpty())
+        QSKIP(qPrintable(why));
     m_settings = std::make_unique<TestSettings>();
 }
 
@@ -485,6 +505,152 @@ void tst_Kestrel::addInterfaceCreatesANewSupply()
     QCOMPARE(supply->type(), 2u);
     QVERIFY(supply->uid() > before);
     QVERIFY(m_window->isDirty());
+}
+
+void tst_Kestrel::addInterfaceOpensTheEditorOnTheNewSupply()
+{
+    m_prompts->itemAnswers.enqueue(QStringLiteral("Vistra Interface"));
+    quint64 edited = 0;
+    m_prompts->dialogScripts.enqueue([&edited](QDialog &dialog) {
+        auto &editor = dynamic_cast<EditControllerDialog &>(dialog);
+        edited = editor.dataSupply()->uid();
+        if (editor.nameLineEdit()->text() != QLatin1String("New Vistra Interface"))
+            return int(QDialog::Rejected);
+        editor.nameLineEdit()->setText(QStringLiteral("Arcade Gate"));
+        editor.ipLineEdit()->setText(QStringLiteral("10.0.4.20"));
+        editor.okButton()->click();
+        return editor.result();
+    });
+    m_window->ui().addInterfaceAction->trigger();
+
+    QCOMPARE(m_prompts->asked.last().kind, QStringLiteral("dialog"));
+    QCOMPARE(m_prompts->asked.last().title, QStringLiteral("Interface Editor"));
+    const DataSupply *supply = m_window->model().dataSupplies().constFirst();
+    QCOMPARE(edited, supply->uid());
+    QCOMPARE(supply->name(), QStringLiteral("Arcade Gate"));
+    QCOMPARE(supply->ipText(), QByteArray("10.0.4.20"));
+    QVERIFY(m_window->isDirty());
+}
+
+void tst_Kestrel::lightPaneOpensTheEditorOnASupply()
+{
+    QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
+    QVERIFY(!m_window->isDirty());
+    LightView *view = m_window->lightView();
+    const QModelIndex supplyRow = view->lightModel()->index(0, 0);
+    const quint64 supplyUid = view->lightModel()->uidAt(supplyRow);
+    const QModelIndex lightRow = view->lightModel()->index(0, 0, supplyRow);
+    QVERIFY(lightRow.isValid());
+
+    auto rename = [](const QString &name) {
+        return [name](QDialog &dialog) {
+            auto &editor = dynamic_cast<EditControllerDialog &>(dialog);
+            editor.nameLineEdit()->setText(name);
+            editor.okButton()->click();
+            return editor.result();
+        };
+    };
+    // "Edit Interface..." is offered on supply rows only.
+    view->setCurrentIndex(lightRow);
+    QVERIFY(!view->editInterfaceAction()->isEnabled());
+    view->setCurrentIndex(supplyRow);
+    QVERIFY(view->editInterfaceAction()->isEnabled());
+    m_prompts->dialogScripts.enqueue(rename(QStringLiteral("From the menu")));
+    view->editInterfaceAction()->trigger();
+    QCOMPARE(m_window->model().dataSupply(supplyUid)->name(), QStringLiteral("From the menu"));
+    QVERIFY(m_window->isDirty());
+
+    // A double-click on a supply row opens the editor; on a light row nothing.
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    view->expand(supplyRow);
+    m_prompts->dialogScripts.enqueue(rename(QStringLiteral("From a double-click")));
+    doubleClick(view->viewport(), view->visualRect(supplyRow).center());
+    QCOMPARE(m_window->model().dataSupply(supplyUid)->name(),
+             QStringLiteral("From a double-click"));
+    QVERIFY(view->isExpanded(supplyRow));
+    const int before = m_prompts->asked.size();
+    QVERIFY(view->visualRect(lightRow).isValid());
+    doubleClick(view->viewport(), view->visualRect(lightRow).center());
+    QCOMPARE(m_prompts->asked.size(), before);
+
+    // The context menu of a supply row offers the action; a light row gets no menu.
+    auto contextMenuAt = [view](const QModelIndex &row) {
+        const QPoint at = view->visualRect(row).center();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, view->viewport()->mapToGlobal(at));
+        QCoreApplication::sendEvent(view->viewport(), &event);
+        return view->findChild<QMenu *>();
+    };
+    QVERIFY(!contextMenuAt(lightRow));
+    QMenu *menu = contextMenuAt(supplyRow);
+    QVERIFY(menu);
+    QCOMPARE(menu->actions(), QList<QAction *>{view->editInterfaceAction()});
+    QCOMPARE(view->editInterfaceAction()->text(), QStringLiteral("Edit Interface..."));
+    menu->close();
+}
+
+void tst_Kestrel::doubleClick(QWidget *widget, const QPoint &position)
+{
+    // What the window system delivers: the first click, then the second as a double-click.
+    QTest::mouseClick(widget, Qt::LeftButton, {}, position);
+    QTest::mouseDClick(widget, Qt::LeftButton, {}, position);
+}
+
+void tst_Kestrel::rejectedEditorLeavesTheMapClean()
+{
+    QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
+    const DataSupply *supply = m_window->model().dataSupplies().constFirst();
+    const QString name = supply->name();
+    m_prompts->dialogScripts.enqueue([](QDialog &dialog) {
+        auto &editor = dynamic_cast<EditControllerDialog &>(dialog);
+        editor.nameLineEdit()->setText(QStringLiteral("Not kept"));
+        editor.cancelButton()->click();
+        return editor.result();
+    });
+    QVERIFY(!m_window->editDataSupply(supply->uid()));
+    QCOMPARE(supply->name(), name);
+    QVERIFY(!m_window->isDirty());
+}
+
+void tst_Kestrel::devicesTabFollowsTheMap()
+{
+    QTabWidget *tabs = m_window->lightTabs();
+    QCOMPARE(tabs->parentWidget(), m_window->ui().m_lightFrame);
+    QCOMPARE(tabs->count(), 2);
+    QCOMPARE(tabs->tabText(1), QStringLiteral("Devices"));
+    QCOMPARE(tabs->widget(0), m_window->lightView());
+    QCOMPARE(tabs->widget(1), m_window->deviceView());
+
+    QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
+    DeviceView *devices = m_window->deviceView();
+    QTRY_VERIFY(!devices->isRebuildPending());
+    QTreeWidgetItem *kind = devices->kindItem(QStringLiteral("Vela Graze RGB"));
+    QVERIFY(kind);
+    QCOMPARE(kind->childCount(), m_window->model().lightCount());
+
+    m_window->ui().newMapAction->trigger();
+    QTRY_COMPARE(devices->topLevelItemCount(), 0);
+}
+
+void tst_Kestrel::savedMapCarriesDefinitionProperties()
+{
+    QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
+    // A light that holds no properties at all: only the definitions can name its chemistry.
+    const Light *known = m_window->model().lights().constFirst();
+    auto bare = std::make_unique<Light>();
+    bare->setUid(m_window->model().newUid());
+    bare->setSerialNumber(known->serialNumber());
+    bare->setDataSupply(known->dataSupply());
+    QVERIFY(bare->deviceProperties().isEmpty());
+    QVERIFY(m_window->model().addLight(std::move(bare)));
+    const QString saved = m_dir->filePath(QStringLiteral("saved.map"));
+    m_prompts->fileAnswers.enqueue(saved);
+    m_window->ui().saveMapAsAction->trigger();
+
+    QFile file(saved);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    QCOMPARE(text.count("<LED_CHEMISTRY>"), m_window->model().lightCount());
 }
 
 void tst_Kestrel::backgroundImageMakesTheMapDirty()

@@ -6,7 +6,11 @@
 #include "app/splashscreen.h"
 #include "app/testsettings.h"
 #include "app/aboutversion.h"
+#include "model/mapmodel.h"
+#include "support/netnamespace.h"
 #include "ui/aboutdialog.h"
+#include "ui/deviceview.h"
+#include "ui/editcontrollerdialog.h"
 #include "ui/lightview.h"
 #include "ui/lighttreemodel.h"
 #include "ui/uiresources.h"
@@ -17,6 +21,7 @@
 #include <QMenuBar>
 #include <QPainter>
 #include <QStatusBar>
+#include <QTabWidget>
 #include <QtTest>
 
 class tst_Screenshots : public QObject
@@ -26,6 +31,8 @@ class tst_Screenshots : public QObject
 private slots:
     void initTestCase();
     void mainWindow();
+    void interfaceEditor();
+    void devicesTab();
     void fileMenuWithRecentMaps();
     void saveQuestion();
     void aboutBox();
@@ -46,6 +53,10 @@ void tst_Screenshots::initTestCase()
     m_out = qEnvironmentVariable("ORRERY_SCREENSHOT_DIR");
     if (m_out.isEmpty())
         QSKIP("set ORRERY_SCREENSHOT_DIR to write screenshots");
+    // The window will own the discovery engine, which announces itself on the network.
+    const QString why = NetNamespace::enterOwn();
+    if (!why.isEmpty())
+        QSKIP(qPrintable(why));
     QVERIFY(QDir().mkpath(m_out));
     m_settings = std::make_unique<TestSettings>();
     initUiResources();
@@ -79,6 +90,27 @@ void tst_Screenshots::mainWindow()
                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
     QCoreApplication::processEvents();
     save(window->grab().toImage(), QStringLiteral("main-window.png"));
+}
+
+void tst_Screenshots::interfaceEditor()
+{
+    const std::unique_ptr<Kestrel> window = windowWithExample();
+    LightView *lights = window->lightView();
+    const quint64 uid = lights->lightModel()->uidAt(lights->lightModel()->index(0, 0));
+    EditControllerDialog dialog(QStringLiteral("/EditController"), window->model().dataSupply(uid),
+                                window.get());
+    dialog.show();
+    QCoreApplication::processEvents();
+    save(dialog.grab().toImage(), QStringLiteral("interface-editor.png"));
+}
+
+void tst_Screenshots::devicesTab()
+{
+    const std::unique_ptr<Kestrel> window = windowWithExample();
+    window->lightTabs()->setCurrentWidget(window->deviceView());
+    QTRY_VERIFY(!window->deviceView()->isRebuildPending());
+    QCoreApplication::processEvents();
+    save(window->grab().toImage(), QStringLiteral("devices-tab.png"));
 }
 
 void tst_Screenshots::fileMenuWithRecentMaps()

@@ -22,6 +22,7 @@ private slots:
     void groupFollowsItsMembers();
     void groupBoundsStartInverted();
     void removingALightLeavesNoDanglingMembership();
+    void forgettingTheAddressKeepsOtherProperties();
 
 private:
     static std::unique_ptr<Light> lightWithUid(quint64 uid)
@@ -271,6 +272,38 @@ void tst_MapModel::removingALightLeavesNoDanglingMembership()
     QCOMPARE(model.group(10)->children(), QList<quint64>{2});
     QCOMPARE(model.dataSupply(20)->lights(), QList<quint64>{2});
     QVERIFY(model.groupsOfLight(1).isEmpty());
+}
+
+void tst_MapModel::forgettingTheAddressKeepsOtherProperties()
+{
+    DataSupply supply(DataSupply::VistraIp);
+    supply.setUid(7);
+    supply.setIpAddress(QHostAddress(QStringLiteral("10.1.2.3")));
+    supply.setDeviceProperty(QStringLiteral("IPV4_IP_ADDRESS"), QStringLiteral("10.1.2.3"));
+    supply.setDeviceProperty(QStringLiteral("DEVICE_VARIABLE_3"), QStringLiteral("17"));
+    supply.setDeviceProperty(QStringLiteral("DEVICE_VARIABLE_12"), QStringLiteral("4"));
+    supply.setDeviceProperty(QStringLiteral("IPV4_SUBNET_MASK"), QStringLiteral("255.0.0.0"));
+    supply.setDeviceProperty(QStringLiteral("FIRMWARE_VERSION"), QStringLiteral("3"));
+    QSignalSpy dropped(&supply, &DataSupply::updatedDataSupplyProperty);
+    QSignalSpy updated(&supply, &DataSupply::updatedDataSupply);
+
+    supply.forgetAddressData();
+
+    QVERIFY(supply.ipText().isEmpty());
+    QCOMPARE(
+        supply.deviceProperties().keys(),
+        (QList<QString>{QStringLiteral("FIRMWARE_VERSION"), QStringLiteral("IPV4_SUBNET_MASK")}));
+    QCOMPARE(dropped.count(), 3);
+    for (const QList<QVariant> &args : qAsConst(dropped)) {
+        QCOMPARE(args.at(0).toULongLong(), quint64(7));
+        QVERIFY(DataSupply::isAddressProperty(args.at(1).toString()));
+        QVERIFY(args.at(2).toString().isEmpty());
+    }
+    QCOMPARE(updated.count(), 1);
+
+    // The new address brings its own text back.
+    supply.setIpAddress(QHostAddress(QStringLiteral("10.9.8.7")));
+    QCOMPARE(supply.ipText(), QByteArray("10.9.8.7"));
 }
 
 QTEST_GUILESS_MAIN(tst_MapModel)

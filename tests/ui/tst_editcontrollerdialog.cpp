@@ -1,0 +1,315 @@
+#include "app/testsettings.h"
+#include "model/datasupply.h"
+#include "ui/editcontrollerdialog.h"
+
+#include <QComboBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+const QString kGroup = QStringLiteral("/EditController");
+
+std::unique_ptr<DataSupply> exampleSupply(unsigned int type = DataSupply::VistraIp)
+{
+    auto supply = std::make_unique<DataSupply>(type);
+    supply->setUid(0x1A2B3C);
+    supply->setName(QStringLiteral("Arcade North"));
+    supply->setSerialNumber(0xC0FFEE);
+    supply->setIpAddress(QHostAddress(QStringLiteral("10.20.30.40")));
+    supply->setUniverse(12);
+    supply->setMacAddress(QStringLiteral("00:0A:C5:01:02:03"));
+    supply->setPortCount(2);
+    supply->setVersion(2);
+    supply->setDeviceProperty(QStringLiteral("IPV4_IP_ADDRESS"), QStringLiteral("10.20.30.40"));
+    supply->setDeviceProperty(QStringLiteral("DEVICE_VARIABLE_4"), QStringLiteral("9"));
+    supply->setDeviceProperty(QStringLiteral("FIRMWARE_VERSION"), QStringLiteral("5"));
+    return supply;
+}
+
+struct SupplyState
+{
+    QString name;
+    QByteArray ipText;
+    QHostAddress ip;
+    unsigned int universe;
+    quint8 ports;
+    quint64 serial;
+    int version;
+    QMap<QString, QString> properties;
+
+    explicit SupplyState(const DataSupply &s)
+        : name(s.name()), ipText(s.ipText()), ip(s.ipAddress()), universe(s.universe()),
+          ports(s.portCount()), serial(s.serialNumber()), version(s.version()),
+          properties(s.deviceProperties())
+    {
+    }
+    bool operator==(const SupplyState &o) const
+    {
+        return name == o.name && ipText == o.ipText && ip == o.ip && universe == o.universe &&
+               ports == o.ports && serial == o.serial && version == o.version &&
+               properties == o.properties;
+    }
+};
+
+} // namespace
+
+// The Interface Editor: what it shows of a supply, and what accepting writes back.
+class tst_EditControllerDialog : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void rowsAndLabelsInOrder();
+    void showsTheSupply();
+    void typeText_data();
+    void typeText();
+    void versionComboAtOpening_data();
+    void versionComboAtOpening();
+    void acceptWritesEveryField_data();
+    void acceptWritesEveryField();
+    void unchangedAddressKeepsWhatWasLearntThere();
+    void changedAddressForgetsWhatWasLearntThere();
+    void rejectChangesNothing();
+    void supplyGoneBeforeAccept();
+
+private:
+    std::unique_ptr<TestSettings> m_settings;
+};
+
+void tst_EditControllerDialog::initTestCase()
+{
+    m_settings = std::make_unique<TestSettings>();
+}
+
+void tst_EditControllerDialog::rowsAndLabelsInOrder()
+{
+    auto supply = exampleSupply();
+    EditControllerDialog dialog(kGroup, supply.get());
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Interface Editor"));
+    QVERIFY(!dialog.windowFlags().testFlag(Qt::WindowContextHelpButtonHint));
+
+    const QStringList labels = {"Interface Name:",
+                                "Interface Type:",
+                                "Interface UID:",
+                                "Interface Serial: ",
+                                "IP:",
+                                "Universe:",
+                                "MAC:",
+                                "Num Ports:",
+                                "Version:"};
+    const QList<QWidget *> fields = {
+        dialog.nameLineEdit(),   dialog.typeLabel(),       dialog.uidLabel(),
+        dialog.serialLineEdit(), dialog.ipLineEdit(),      dialog.universeLineEdit(),
+        dialog.macLabel(),       dialog.numPortsSpinBox(), dialog.versionComboBox()};
+    QFormLayout *form = dialog.formLayout();
+    QCOMPARE(form->rowCount(), labels.size());
+    for (int row = 0; row < labels.size(); ++row) {
+        auto *label = qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::LabelRole)->widget());
+        QVERIFY(label);
+        QCOMPARE(label->text(), labels.at(row));
+        QCOMPARE(form->itemAt(row, QFormLayout::FieldRole)->widget(), fields.at(row));
+    }
+    QCOMPARE(dialog.versionComboBox()->count(), 3);
+    QCOMPARE(dialog.versionComboBox()->itemText(0), QStringLiteral("Vistra v1"));
+    QCOMPARE(dialog.versionComboBox()->itemText(1), QStringLiteral("Vistra v2"));
+    QCOMPARE(dialog.versionComboBox()->itemText(2), QStringLiteral("Vistra v3"));
+    QVERIFY(dialog.errorLabel()->text().isEmpty());
+    QCOMPARE(dialog.okButton()->text(), QStringLiteral("&OK"));
+    QCOMPARE(dialog.cancelButton()->text(), QStringLiteral("&Cancel"));
+}
+
+void tst_EditControllerDialog::showsTheSupply()
+{
+    auto supply = exampleSupply();
+    EditControllerDialog dialog(kGroup, supply.get());
+    QCOMPARE(dialog.nameLineEdit()->text(), QStringLiteral("Arcade North"));
+    QCOMPARE(dialog.uidLabel()->text(), QStringLiteral("1A2B3C"));
+    QCOMPARE(dialog.serialLineEdit()->text(), QStringLiteral("C0FFEE"));
+    QCOMPARE(dialog.ipLineEdit()->text(), QStringLiteral("10.20.30.40"));
+    QCOMPARE(dialog.universeLineEdit()->text(), QStringLiteral("12"));
+    QCOMPARE(dialog.macLabel()->text(), QStringLiteral("00:0A:C5:01:02:03"));
+    QCOMPARE(dialog.numPortsSpinBox()->value(), 2);
+}
+
+void tst_EditControllerDialog::typeText_data()
+{
+    QTest::addColumn<uint>("type");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("2") << 2u << "Vistra Interface";
+    QTest::newRow("3") << 3u << "Vistra Broadcast Interface";
+    QTest::newRow("0") << 0u << "Unknown Interface Type";
+}
+
+void tst_EditControllerDialog::typeText()
+{
+    QFETCH(uint, type);
+    QFETCH(QString, text);
+    auto supply = exampleSupply(type);
+    EditControllerDialog dialog(kGroup, supply.get());
+    QCOMPARE(dialog.typeLabel()->text(), text);
+}
+
+void tst_EditControllerDialog::versionComboAtOpening_data()
+{
+    QTest::addColumn<int>("version");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("1") << 1 << "Vistra v1";
+    QTest::newRow("2") << 2 << "Vistra v2";
+    QTest::newRow("3") << 3 << "Vistra v3";
+    QTest::newRow("0") << 0 << "Vistra v1";
+    QTest::newRow("7") << 7 << "Vistra v1";
+}
+
+void tst_EditControllerDialog::versionComboAtOpening()
+{
+    QFETCH(int, version);
+    QFETCH(QString, shown);
+    auto supply = exampleSupply();
+    supply->setVersion(version);
+    EditControllerDialog dialog(kGroup, supply.get());
+    QCOMPARE(dialog.versionComboBox()->currentText(), shown);
+}
+
+void tst_EditControllerDialog::acceptWritesEveryField_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("universe");
+    QTest::addColumn<int>("ports");
+    QTest::addColumn<QString>("serial");
+    QTest::addColumn<int>("versionIndex");
+    QTest::addColumn<QString>("storedIp"); // empty: the null address
+    QTest::addColumn<uint>("storedUniverse");
+    QTest::addColumn<quint64>("storedSerial");
+    QTest::addColumn<int>("storedVersion");
+
+    QTest::newRow("all valid") << "Canopy"
+                               << "192.168.4.9"
+                               << "300" << 4 << "1a00ff" << 2 << "192.168.4.9" << 300u
+                               << quint64(0x1A00FF) << 3;
+    QTest::newRow("rdm serial") << "Gate"
+                                << "10.20.30.40"
+                                << "0" << 1 << "4C5400012345" << 0 << "10.20.30.40" << 0u
+                                << quint64(0x4C5400012345) << 1;
+    QTest::newRow("universe abc") << "X"
+                                  << "10.20.30.40"
+                                  << "abc" << 2 << "C0FFEE" << 1 << "10.20.30.40" << 0u
+                                  << quint64(0xC0FFEE) << 2;
+    QTest::newRow("bad address stored null")
+        << ""
+        << "10.20.300.1"
+        << "-5" << 0 << "zz" << 1 << "" << 0u << quint64(0) << 2;
+}
+
+void tst_EditControllerDialog::acceptWritesEveryField()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, ip);
+    QFETCH(QString, universe);
+    QFETCH(int, ports);
+    QFETCH(QString, serial);
+    QFETCH(int, versionIndex);
+    QFETCH(QString, storedIp);
+    QFETCH(uint, storedUniverse);
+    QFETCH(quint64, storedSerial);
+    QFETCH(int, storedVersion);
+
+    auto supply = exampleSupply();
+    EditControllerDialog dialog(kGroup, supply.get());
+    QSignalSpy dirty(&dialog, &EditControllerDialog::setDirty);
+    dialog.nameLineEdit()->setText(name);
+    dialog.ipLineEdit()->setText(ip);
+    dialog.universeLineEdit()->setText(universe);
+    dialog.numPortsSpinBox()->setValue(ports);
+    dialog.serialLineEdit()->setText(serial);
+    dialog.versionComboBox()->setCurrentIndex(versionIndex);
+    QTest::mouseClick(dialog.okButton(), Qt::LeftButton);
+
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(supply->name(), name);
+    QCOMPARE(supply->ipAddress().isNull(), storedIp.isEmpty());
+    QCOMPARE(supply->ipAddress().toString(), storedIp);
+    QCOMPARE(supply->universe(), storedUniverse);
+    QCOMPARE(int(supply->portCount()), ports);
+    QCOMPARE(supply->ports().size(), ports);
+    QCOMPARE(supply->serialNumber(), storedSerial);
+    QCOMPARE(supply->version(), storedVersion);
+    QVERIFY(dialog.errorLabel()->text().isEmpty());
+    QCOMPARE(dirty.count(), 1);
+    QCOMPARE(dirty.at(0).at(0).toBool(), true);
+}
+
+void tst_EditControllerDialog::unchangedAddressKeepsWhatWasLearntThere()
+{
+    auto supply = exampleSupply();
+    const QMap<QString, QString> before = supply->deviceProperties();
+    EditControllerDialog dialog(kGroup, supply.get());
+    QSignalSpy dropped(supply.get(), &DataSupply::updatedDataSupplyProperty);
+    dialog.nameLineEdit()->setText(QStringLiteral("Renamed"));
+    dialog.okButton()->click();
+
+    QCOMPARE(supply->name(), QStringLiteral("Renamed"));
+    QCOMPARE(supply->ipText(), QByteArray("10.20.30.40"));
+    QCOMPARE(supply->deviceProperties(), before);
+    QCOMPARE(dropped.count(), 0);
+}
+
+void tst_EditControllerDialog::changedAddressForgetsWhatWasLearntThere()
+{
+    auto supply = exampleSupply();
+    EditControllerDialog dialog(kGroup, supply.get());
+    dialog.ipLineEdit()->setText(QStringLiteral("10.20.30.41"));
+    dialog.okButton()->click();
+
+    QCOMPARE(supply->ipText(), QByteArray("10.20.30.41"));
+    QVERIFY(supply->hasAddress());
+    QVERIFY(!supply->deviceProperties().contains(QStringLiteral("IPV4_IP_ADDRESS")));
+    QVERIFY(!supply->deviceProperties().contains(QStringLiteral("DEVICE_VARIABLE_4")));
+    // What the supply is, rather than where it is, stays.
+    QCOMPARE(supply->deviceProperty(QStringLiteral("FIRMWARE_VERSION")), QStringLiteral("5"));
+}
+
+void tst_EditControllerDialog::rejectChangesNothing()
+{
+    auto supply = exampleSupply();
+    const SupplyState before(*supply);
+    EditControllerDialog dialog(kGroup, supply.get());
+    QSignalSpy dirty(&dialog, &EditControllerDialog::setDirty);
+    QSignalSpy updated(supply.get(), &DataSupply::updatedDataSupply);
+    dialog.nameLineEdit()->setText(QStringLiteral("Other"));
+    dialog.ipLineEdit()->setText(QStringLiteral("1.2.3.4"));
+    dialog.universeLineEdit()->setText(QStringLiteral("99"));
+    dialog.numPortsSpinBox()->setValue(8);
+    dialog.serialLineEdit()->setText(QStringLiteral("1234"));
+    dialog.versionComboBox()->setCurrentIndex(2);
+    dialog.cancelButton()->click();
+
+    QCOMPARE(dialog.result(), int(QDialog::Rejected));
+    QVERIFY(SupplyState(*supply) == before);
+    QCOMPARE(updated.count(), 0);
+    QCOMPARE(dirty.count(), 0);
+}
+
+void tst_EditControllerDialog::supplyGoneBeforeAccept()
+{
+    auto supply = exampleSupply();
+    EditControllerDialog dialog(kGroup, supply.get());
+    QSignalSpy dirty(&dialog, &EditControllerDialog::setDirty);
+    supply.reset();
+    QVERIFY(!dialog.dataSupply());
+    dialog.okButton()->click();
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QCOMPARE(dirty.count(), 0);
+}
+
+QTEST_MAIN(tst_EditControllerDialog)
+#include "tst_editcontrollerdialog.moc"
