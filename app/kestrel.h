@@ -6,12 +6,15 @@
 #include "ui/userprompts.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <memory>
 
+class DiscoveryEngine;
 class GroupView;
 class LightView;
 class MapModel;
+class QDialog;
 class QTimer;
 
 // The main window: the three panes (lights and interfaces, groups, layout), the menus and
@@ -37,6 +40,11 @@ public:
     const KestrelUi &ui() const { return m_ui; }
     LightView *lightView() const { return m_lightView; }
     GroupView *groupView() const { return m_groupView; }
+    DiscoveryEngine &discoveryEngine() const { return *m_engine; }
+    // The discovery wizard or dialog open now (one at a time: they share the engine), or null.
+    QDialog *discoveryDialog() const { return m_discoveryDialog; }
+    // How long the discovery wizards listen for answers; tests shorten it.
+    void setDiscoveryListenMs(int ms) { m_discoveryListenMs = ms; }
 
     // Opens the map at path as from the recent-maps menu: asks about unsaved changes first.
     // Returns whether the map was loaded.
@@ -97,6 +105,9 @@ private:
     void updateTitle();
     void updateNodeCount();
     void notAvailableYet(const QString &feature);
+    // Shows a discovery dialog without blocking (reading must not freeze the window).
+    void openDiscoveryDialog(QDialog *dialog);
+    bool raiseDiscoveryDialog();
     void writeSettings();
     void restoreWindowState();
     void saveWindowState();
@@ -107,6 +118,9 @@ private:
     LightView *m_lightView = nullptr;
     GroupView *m_groupView = nullptr;
     QTimer *m_nodeCountTimer = nullptr;
+    DiscoveryEngine *m_engine = nullptr;
+    QPointer<QDialog> m_discoveryDialog;
+    int m_discoveryListenMs = 2000;
     KestrelSettings m_settings;
     RecentMaps m_recentMaps;
     QString m_currentMapPath;
