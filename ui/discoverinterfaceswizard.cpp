@@ -47,7 +47,7 @@ DiscoverInterfacesWizard::DiscoverInterfacesWizard(MapModel &model, DiscoveryEng
     setPage(IntroPage, buildIntroPage());
     setPage(ResultsPage, buildResultsPage());
     setButtonText(QWizard::FinishButton, tr("Add to Map"));
-    resize(900, 560);
+    resize(1000, 560);
 
     connect(m_search, &SupplySearch::supplyFound, this,
             &DiscoverInterfacesWizard::handleSupplyFound);
@@ -78,6 +78,7 @@ QWizardPage *DiscoverInterfacesWizard::buildIntroPage()
     m_listenSeconds->setSuffix(tr(" s"));
     m_listenSeconds->setValue(kDefaultListenMs / 1000.0);
     auto *form = new QFormLayout;
+    form->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     form->addRow(tr("Listen for answers for:"), m_listenSeconds);
     auto *layout = new QVBoxLayout(page);
     layout->addWidget(text);
@@ -192,8 +193,10 @@ void DiscoverInterfacesWizard::updateSummary()
         m_summary->setText(tr("No interface answered. Check the network cable and that this "
                               "computer is on the interfaces' network, then search again."));
     else
-        m_summary->setText(state + tr("%n interface(s) answered", nullptr, found) +
-                           tr(", %1 already in the map, %2 chosen to add.").arg(inMap).arg(chosen));
+        m_summary->setText(
+            state +
+            (found == 1 ? tr("1 interface answered") : tr("%1 interfaces answered").arg(found)) +
+            tr(", %1 already in the map, %2 chosen to add.").arg(inMap).arg(chosen));
 }
 
 int DiscoverInterfacesWizard::addChosenToMap()
@@ -219,7 +222,9 @@ int DiscoverInterfacesWizard::addChosenToMap()
     }
     if (added > 0) {
         emit setDirty(true);
-        emit statusMsg(tr("Added %n interface(s) to the map.", nullptr, added), 5000);
+        emit statusMsg(added == 1 ? tr("Added 1 interface to the map.")
+                                  : tr("Added %1 interfaces to the map.").arg(added),
+                       5000);
     }
     return added;
 }

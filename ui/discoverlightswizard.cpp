@@ -77,13 +77,16 @@ QWizardPage *DiscoverLightsWizard::buildControllerPage()
         });
         for (DataSupply *supply : qAsConst(supplies))
             m_supplies->addSupply(supply, true,
-                                  tr("%n light(s) in map", nullptr, supply->lights().size()));
+                                  supply->lights().size() == 1
+                                      ? tr("1 light in map")
+                                      : tr("%1 lights in map").arg(supply->lights().size()));
         for (int column = 0; column < SupplyListModel::Status; ++column)
             m_supplyView->resizeColumnToContents(column);
     });
     connect(m_supplies, &SupplyListModel::checkedChanged, m_controllerPage,
             &GatedWizardPage::recheck);
     m_supplyView = makeTable(m_supplies, QStringLiteral("m_mapInterfacesView"), m_controllerPage);
+    m_supplyView->setColumnHidden(SupplyListModel::MacAddress, true);
     auto *empty = new QLabel(tr("The map holds no interfaces yet: use \"Discover Interfaces...\" "
                                 "or \"Add Interface...\" first."),
                              m_controllerPage);
@@ -98,6 +101,7 @@ QWizardPage *DiscoverLightsWizard::buildControllerPage()
     m_listenSeconds->setSuffix(tr(" s"));
     m_listenSeconds->setValue(kDefaultListenMs / 1000.0);
     auto *form = new QFormLayout;
+    form->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     form->addRow(tr("Listen for lights for:"), m_listenSeconds);
     auto *layout = new QVBoxLayout(m_controllerPage);
     layout->addWidget(empty);
@@ -120,7 +124,7 @@ QWizardPage *DiscoverLightsWizard::buildLightPage()
             &DiscoverLightsWizard::updateChooseSummary);
     m_chooseView = makeTable(m_choose, QStringLiteral("m_chooseLightsView"), m_lightPage);
     m_chooseView->setColumnHidden(DiscoveredLightModel::DmxAddress, true);
-    m_chooseView->setColumnWidth(DiscoveredLightModel::Serial, 150);
+    m_chooseView->setColumnWidth(DiscoveredLightModel::Serial, 175);
     m_chooseView->setColumnWidth(DiscoveredLightModel::Interface, 160);
     m_chooseView->setColumnWidth(DiscoveredLightModel::Port, 50);
     m_chooseView->setColumnWidth(DiscoveredLightModel::Device, 220);
@@ -182,7 +186,7 @@ int DiscoverLightsWizard::addChosenToMap()
         addDiscoveredToMap(m_model, m_engine, m_supplies->checkedSupplies(), lights);
     if (result.lightsAdded > 0) {
         emit setDirty(true);
-        emit statusMsg(tr("Added %n light(s) to the map.", nullptr, result.lightsAdded), 5000);
+        emit statusMsg(tr("Added %1 lights to the map.").arg(result.lightsAdded), 5000);
     }
     return result.lightsAdded;
 }

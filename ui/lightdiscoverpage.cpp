@@ -30,7 +30,7 @@ LightDiscoverPage::LightDiscoverPage(MapModel &model, DiscoveryEngine &engine, Q
     m_view->setColumnHidden(DiscoveredLightModel::Status, true);
     m_view->setColumnHidden(DiscoveredLightModel::DmxAddress, true);
     m_view->header()->setStretchLastSection(true);
-    m_view->setColumnWidth(DiscoveredLightModel::Serial, 130);
+    m_view->setColumnWidth(DiscoveredLightModel::Serial, 150);
     m_view->setColumnWidth(DiscoveredLightModel::Interface, 160);
     m_view->setColumnWidth(DiscoveredLightModel::Port, 50);
     m_view->setColumnWidth(DiscoveredLightModel::Device, 220);
@@ -119,16 +119,17 @@ QString LightDiscoverPage::summaryText() const
     for (const DataSupply *supply : m_supplies) {
         const int count = m_countPerSupply.value(supply->uid());
         if (count > 0)
-            parts << tr("%1: %n light(s)", nullptr, count).arg(supply->name());
+            parts << (count == 1 ? tr("%1: 1 light").arg(supply->name())
+                                 : tr("%1: %2 lights").arg(supply->name()).arg(count));
         else if (!m_search->isRunning())
             parts << tr("%1: no answer").arg(supply->name());
         else
             parts << tr("%1: waiting").arg(supply->name());
     }
-    const QString head =
-        m_search->isRunning()
-            ? tr("Scanning... %n light(s) found so far.", nullptr, m_lights->rowCount())
-            : tr("%n light(s) found.", nullptr, m_lights->rowCount());
+    const int found = m_lights->rowCount();
+    const QString lights = found == 1 ? tr("1 light") : tr("%1 lights").arg(found);
+    const QString head = m_search->isRunning() ? tr("Scanning... %1 found so far.").arg(lights)
+                                               : tr("%1 found.").arg(lights);
     return head + QLatin1Char('\n') + parts.join(QStringLiteral("; "));
 }
 

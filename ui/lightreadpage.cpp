@@ -39,7 +39,7 @@ LightReadPage::LightReadPage(MapModel &model, DiscoveryEngine &engine, QWidget *
     m_view->setAlternatingRowColors(true);
     m_view->setModel(m_lights);
     m_view->header()->setStretchLastSection(true);
-    m_view->setColumnWidth(DiscoveredLightModel::Serial, 130);
+    m_view->setColumnWidth(DiscoveredLightModel::Serial, 150);
     m_view->setColumnWidth(DiscoveredLightModel::Interface, 150);
     m_view->setColumnWidth(DiscoveredLightModel::Port, 50);
     m_view->setColumnWidth(DiscoveredLightModel::Device, 200);
@@ -50,6 +50,7 @@ LightReadPage::LightReadPage(MapModel &model, DiscoveryEngine &engine, QWidget *
     m_progress->setFormat(QStringLiteral("%v / %m"));
     m_summary = new QLabel(this);
     m_summary->setObjectName(QStringLiteral("m_readSummaryLabel"));
+    m_summary->setWordWrap(true);
     m_cancel = new QPushButton(tr("Cancel Reading"), this);
     m_cancel->setObjectName(QStringLiteral("m_cancelReadingButton"));
     m_retry = new QPushButton(tr("Retry Unfinished"), this);
@@ -109,6 +110,7 @@ void LightReadPage::cancelReading()
 {
     m_reader->cancel();
     m_lights->refresh();
+    showFirstUnanswered();
     updateButtons();
     updateSummary();
 }
@@ -138,9 +140,22 @@ void LightReadPage::handleProgress(int done, int total)
 void LightReadPage::handleFinished()
 {
     m_lights->refresh();
+    showFirstUnanswered();
     updateButtons();
     updateSummary();
     emit completeChanged();
+}
+
+void LightReadPage::showFirstUnanswered()
+{
+    // The lights that need attention, not the long list of those that are fine.
+    for (int row = 0; row < m_lights->rowCount(); ++row) {
+        const Light *light = m_lights->lightAt(row);
+        if (light && m_reader->state(light->uid()) == LightDataReader::State::NoAnswer) {
+            m_view->scrollTo(m_lights->index(row, 0), QAbstractItemView::PositionAtTop);
+            return;
+        }
+    }
 }
 
 void LightReadPage::updateButtons()

@@ -46,6 +46,7 @@ private:
     void handleStateChanged(quint64 lightUid, LightDataReader::State state);
     void handleProgress(int done, int total);
     void handleFinished();
+    void showFirstUnanswered();
     void updateButtons();
     void updateSummary();
 

@@ -20,8 +20,14 @@ QString SupplyListModel::serialText(quint64 serial)
 QString SupplyListModel::portsText(const DataSupply &supply)
 {
     QStringList ports;
-    for (const SupplyPort &port : supply.ports())
+    bool numbered = false;
+    for (const SupplyPort &port : supply.ports()) {
         ports << QString::number(port.number);
+        numbered = numbered || port.number != 0;
+    }
+    // Supplies of the first generation have one port and report no number for it.
+    if (!numbered)
+        return QString::number(supply.portCount());
     return QStringLiteral("%1 (%2)").arg(supply.portCount()).arg(ports.join(QStringLiteral(", ")));
 }
 
@@ -150,6 +156,8 @@ QVariant SupplyListModel::data(const QModelIndex &index, int role) const
         if (m_checkable && index.column() == Name)
             return row.checked ? Qt::Checked : Qt::Unchecked;
         return {};
+    case Qt::ToolTipRole:
+        return index.column() == Status ? QVariant(row.status) : QVariant();
     case Qt::ForegroundRole:
         if (index.column() == Status && row.emphasised)
             return QBrush(QColor(0xB0, 0x20, 0x20));

@@ -37,7 +37,8 @@ SyncInterfacesDialog::SyncInterfacesDialog(MapModel &model, DiscoveryEngine &eng
     m_view = new QTreeView(this);
     m_view->setObjectName(QStringLiteral("m_syncInterfacesView"));
     m_view->setRootIsDecorated(false);
-    m_view->setUniformRowHeights(true);
+    // Each change of a supply gets a line of its own in the status.
+    m_view->setUniformRowHeights(false);
     m_view->setAlternatingRowColors(true);
     m_view->setModel(m_supplies);
     m_view->header()->setStretchLastSection(true);
@@ -52,7 +53,7 @@ SyncInterfacesDialog::SyncInterfacesDialog(MapModel &model, DiscoveryEngine &eng
     layout->addWidget(m_summary);
     layout->addWidget(m_view, 1);
     layout->addWidget(buttons);
-    resize(960, 460);
+    resize(1040, 460);
 
     connect(m_search, &SupplySearch::finished, this, &SyncInterfacesDialog::handleSearchFinished);
 }
@@ -74,7 +75,7 @@ void SyncInterfacesDialog::start()
     m_updated = 0;
     m_missing = 0;
     m_again->setEnabled(false);
-    m_summary->setText(tr("Looking for %n interface(s)...", nullptr, supplies.size()));
+    m_summary->setText(tr("Looking for %1 interfaces...").arg(supplies.size()));
     m_search->start(m_listenMs);
     m_progress->start(m_listenMs);
 }
@@ -98,9 +99,9 @@ void SyncInterfacesDialog::handleSearchFinished()
         }
         const QStringList changes = syncSupplyFrom(*supply, *found, m_search->portsKnown(found));
         m_updated += !changes.isEmpty();
-        m_supplies->setStatus(row, changes.isEmpty()
-                                       ? tr("Up to date")
-                                       : tr("Updated: ") + changes.join(QStringLiteral("; ")));
+        m_supplies->setStatus(row, changes.isEmpty() ? tr("Up to date")
+                                                     : tr("Updated:") + QLatin1Char('\n') +
+                                                           changes.join(QLatin1Char('\n')));
         m_supplies->refreshRow(row);
     }
     for (int column = 0; column < SupplyListModel::Status; ++column)
@@ -108,7 +109,7 @@ void SyncInterfacesDialog::handleSearchFinished()
     m_summary->setText(summaryText());
     if (m_updated > 0) {
         emit setDirty(true);
-        emit statusMsg(tr("Updated %n interface(s) from the network.", nullptr, m_updated), 5000);
+        emit statusMsg(tr("Updated %1 interfaces from the network.").arg(m_updated), 5000);
     }
     emit syncFinished();
 }

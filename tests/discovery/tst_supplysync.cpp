@@ -48,8 +48,8 @@ void tst_SupplySync::followsTheNetwork_data()
     QTest::newRow("firmware and universe")
         << "10.0.0.5" << 3 << 4 << 2 << true
         << QStringList{"version 3 (3.0) -> 2 (2.0)", "universe 4 -> 1"};
-    QTest::newRow("one port in the map") << "10.0.0.5" << 2 << 1 << 1 << true
-                                         << QStringList{"ports 1 [1/1] -> 2 [1/1 2/2]"};
+    QTest::newRow("one port in the map")
+        << "10.0.0.5" << 2 << 1 << 1 << true << QStringList{"ports 1 [1/1] -> 2 [1/1 2/2]"};
     QTest::newRow("ports did not answer") << "10.0.0.5" << 2 << 1 << 1 << false << QStringList();
 }
 

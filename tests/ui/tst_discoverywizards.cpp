@@ -82,8 +82,8 @@ void tst_DiscoveryWizards::initTestCase()
     for (const SimSupply &supply : m_simulator->installation().supplies) {
         for (const SimPort &port : supply.ports) {
             for (const SimLight &light : port.lights)
-                m_expected.insert(light.serial, {supply.serial, port.number - 1u,
-                                                 light.dmxOffset() + 1});
+                m_expected.insert(light.serial,
+                                  {supply.serial, port.number - 1u, light.dmxOffset() + 1});
         }
     }
 }
@@ -449,8 +449,9 @@ void tst_DiscoveryWizards::syncUpdatesAnsweringSuppliesAndListsTheSilentOnes()
         if (name == QLatin1String("Gone Supply"))
             QCOMPARE(status, QStringLiteral("No answer"));
         else if (name == QLatin1String("Lobby"))
-            QVERIFY2(status.startsWith(QLatin1String("Updated: IP address 127.0.1.99 -> 127.0.1.2")),
-                     qPrintable(status));
+            QVERIFY2(
+                status.startsWith(QLatin1String("Updated:\nIP address 127.0.1.99 -> 127.0.1.2\n")),
+                qPrintable(status));
         else
             QCOMPARE(status, QStringLiteral("Up to date"));
     }
