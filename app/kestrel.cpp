@@ -9,11 +9,15 @@
 #include "ui/animationtemplate.h"
 #include "ui/deviceview.h"
 #include "ui/editcontrollerdialog.h"
+#include "discovery/discoveryengine.h"
+#include "ui/discoverinterfaceswizard.h"
+#include "ui/discoverlightswizard.h"
 #include "ui/grouptreemodel.h"
 #include "ui/groupview.h"
 #include "ui/lighttreemodel.h"
 #include "ui/lightview.h"
 #include "ui/modelprogressdialog.h"
+#include "ui/syncinterfacesdialog.h"
 #include "ui/uiresources.h"
 #include "ui/widgetuserprompts.h"
 
@@ -59,6 +63,8 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_groupView = new GroupView(*m_model, m_ui.m_groupFrame);
     m_ui.m_groupFrame->layout()->addWidget(m_groupView);
     new ModelProgressDialog(*m_model, this);
+    // One engine for the window's life: it owns the protocol object and its socket.
+    m_engine = new DiscoveryEngine(this);
 
     // Node count changes come by the thousand during a load; show the count once per burst.
     m_nodeCountTimer = new QTimer(this);
@@ -396,19 +402,55 @@ void Kestrel::handleEditPreferencesAction()
     notAvailableYet(QStringLiteral("Editing preferences"));
 }
 
+bool Kestrel::raiseDiscoveryDialog()
+{
+    if (!m_discoveryDialog)
+        return false;
+    m_discoveryDialog->raise();
+    m_discoveryDialog->activateWindow();
+    return true;
+}
+
+void Kestrel::openDiscoveryDialog(QDialog *dialog)
+{
+    m_discoveryDialog = dialog;
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->show();
+}
+
 void Kestrel::handleDiscoverInterfacesAction()
 {
-    notAvailableYet(QStringLiteral("Discovering interfaces"));
+    if (raiseDiscoveryDialog())
+        return;
+    auto *wizard = new DiscoverInterfacesWizard(*m_model, *m_engine, this);
+    wizard->setListenMs(m_discoveryListenMs);
+    connect(wizard, &DiscoverInterfacesWizard::setDirty, this, &Kestrel::setDirty);
+    connect(wizard, &DiscoverInterfacesWizard::statusMsg, this, &Kestrel::statusMsg);
+    openDiscoveryDialog(wizard);
 }
 
 void Kestrel::handleDiscoverLightsAction()
 {
-    notAvailableYet(QStringLiteral("Discovering lights"));
+    if (raiseDiscoveryDialog())
+        return;
+    auto *wizard = new DiscoverLightsWizard(*m_model, *m_engine, this);
+    wizard->setListenMs(m_discoveryListenMs);
+    connect(wizard, &DiscoverLightsWizard::setDirty, this, &Kestrel::setDirty);
+    connect(wizard, &DiscoverLightsWizard::statusMsg, this, &Kestrel::statusMsg);
+    openDiscoveryDialog(wizard);
 }
 
 void Kestrel::handleSyncInterfacesAction()
 {
-    notAvailableYet(QStringLiteral("Synchronising interfaces"));
+    if (raiseDiscoveryDialog())
+        return;
+    auto *dialog = new SyncInterfacesDialog(*m_model, *m_engine, this);
+    dialog->setListenMs(m_discoveryListenMs);
+    connect(dialog, &SyncInterfacesDialog::setDirty, this, &Kestrel::setDirty);
+    connect(dialog, &SyncInterfacesDialog::statusMsg, this, &Kestrel::statusMsg);
+    openDiscoveryDialog(dialog);
+    dialog->start();
 }
 
 void Kestrel::handleAddStringAction()

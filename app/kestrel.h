@@ -6,6 +6,7 @@
 #include "ui/userprompts.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <memory>
 
@@ -14,6 +15,8 @@ class GroupView;
 class LightView;
 class MapModel;
 class QTabWidget;
+class DiscoveryEngine;
+class QDialog;
 class QTimer;
 
 // The main window: the three panes (lights and interfaces, groups, layout), the menus and
@@ -42,6 +45,11 @@ public:
     DeviceView *deviceView() const { return m_deviceView; }
     // The "Lights/Interfaces" pane's tabs: the light view, then the device view.
     QTabWidget *lightTabs() const { return m_lightTabs; }
+    DiscoveryEngine &discoveryEngine() const { return *m_engine; }
+    // The discovery wizard or dialog open now (one at a time: they share the engine), or null.
+    QDialog *discoveryDialog() const { return m_discoveryDialog; }
+    // How long the discovery wizards listen for answers; tests shorten it.
+    void setDiscoveryListenMs(int ms) { m_discoveryListenMs = ms; }
 
     // Opens the map at path as from the recent-maps menu: asks about unsaved changes first.
     // Returns whether the map was loaded.
@@ -105,6 +113,9 @@ private:
     void updateTitle();
     void updateNodeCount();
     void notAvailableYet(const QString &feature);
+    // Shows a discovery dialog without blocking (reading must not freeze the window).
+    void openDiscoveryDialog(QDialog *dialog);
+    bool raiseDiscoveryDialog();
     void writeSettings();
     void restoreWindowState();
     void saveWindowState();
@@ -117,6 +128,9 @@ private:
     DeviceView *m_deviceView = nullptr;
     QTabWidget *m_lightTabs = nullptr;
     QTimer *m_nodeCountTimer = nullptr;
+    DiscoveryEngine *m_engine = nullptr;
+    QPointer<QDialog> m_discoveryDialog;
+    int m_discoveryListenMs = 2000;
     KestrelSettings m_settings;
     RecentMaps m_recentMaps;
     QString m_currentMapPath;

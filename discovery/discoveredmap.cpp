@@ -7,6 +7,7 @@
 #include "model/mapmodel.h"
 
 #include <QHash>
+#include <QSet>
 
 #include <algorithm>
 
@@ -23,6 +24,14 @@ DataSupply *supplyWithSerial(const MapModel &model, quint64 serial)
     const auto it = std::find_if(supplies.cbegin(), supplies.cend(),
                                  [serial](const DataSupply *s) { return s->serialNumber() == serial; });
     return it == supplies.cend() ? nullptr : *it;
+}
+
+QSet<quint64> lightSerials(const MapModel &model)
+{
+    QSet<quint64> serials;
+    for (const Light *l : model.lights())
+        serials.insert(l->serialNumber());
+    return serials;
 }
 
 double lowestRow(const MapModel &model)
@@ -58,7 +67,14 @@ DiscoveredMapResult addDiscoveredToMap(MapModel &model, DiscoveryEngine &engine,
         }
     }
 
-    QList<Light *> ordered = lights;
+    // A light the map already holds stays where the user put it; adding it again would
+    // give one device two places and two names.
+    const QSet<quint64> inMap = lightSerials(model);
+    QList<Light *> ordered;
+    for (Light *light : lights) {
+        if (light && !inMap.contains(light->serialNumber()))
+            ordered << light;
+    }
     std::sort(ordered.begin(), ordered.end(), [](const Light *a, const Light *b) {
         return std::make_tuple(a->dataSupply(), a->portNumber(), a->lightNumber(), a->serialNumber())
                < std::make_tuple(b->dataSupply(), b->portNumber(), b->lightNumber(), b->serialNumber());

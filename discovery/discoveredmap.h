@@ -8,9 +8,9 @@ class Light;
 class MapModel;
 
 // Puts what discovery found into the map. Supplies whose serial the map already holds are
-// reused rather than added twice; new objects get fresh uids, lights point at their supply's
-// map uid, join its light list, and are laid out on the grid in one row per supply and port,
-// below whatever the map already shows.
+// reused rather than added twice, and lights whose serial it holds are left out; new objects
+// get fresh uids, lights point at their supply's map uid, join its light list, and are laid
+// out on the grid in one row per supply and port, below whatever the map already shows.
 struct DiscoveredMapResult
 {
     int suppliesAdded = 0;

@@ -120,6 +120,26 @@ void DiscoveryEngine::discoverControllers()
     repeatDiscover();
 }
 
+void DiscoveryEngine::forgetLights()
+{
+    abandonReads();
+    for (const auto &light : qAsConst(m_lightsBySerial)) {
+        if (light && light->parent() == this)
+            delete light.data();
+    }
+    m_lightsBySerial.clear();
+    m_lightsPerPort.clear();
+    m_dmxOffsets.clear();
+}
+
+void DiscoveryEngine::abandonReads()
+{
+    m_readTimer.stop();
+    m_runs.clear();
+    m_pendingVariables.clear();
+    m_retry = false;
+}
+
 void DiscoveryEngine::repeatDiscover()
 {
     m_protocol->discover(kDiscoverTarget);

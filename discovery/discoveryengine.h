@@ -52,6 +52,9 @@ public:
     // Scans a known supply for lights again (blink scan or blink scan 2 by protocol kind).
     void scanLights(DataSupply *supply);
     void discoverPorts(DataSupply *supply);
+    // Forgets the lights earlier scans found (deleting those nobody took) and their read
+    // runs, so that the next scan reports every light again, those already in the map too.
+    void forgetLights();
     // Starts a read run: the DMX address and the further memory items of each light.
     void readLightData(const QList<Light *> &lights);
     // Asks again for what a light's unfinished run waits for (the run goes on from there), or
@@ -59,6 +62,8 @@ public:
     void resumeLightData(Light *light);
     // Asks a supply for device variables; each reply becomes a supply property.
     void readDeviceVariables(DataSupply *supply, const QVector<quint16> &ids);
+    // Gives up every unfinished read: the read timer stops retrying the last request.
+    void abandonReads();
 
     // How read bytes become properties; the default knows only the DMX address.
     void setReadPlan(std::shared_ptr<const LightReadPlan> plan);

@@ -153,5 +153,8 @@ void LightDataReader::finishIfDone()
     if (!m_check.isActive() || !m_queue.isEmpty() || !m_inFlight.isEmpty())
         return;
     m_check.stop();
+    // Lights that never answered would otherwise be asked again every half second forever.
+    if (m_failed > 0)
+        m_engine.abandonReads();
     emit finished();
 }

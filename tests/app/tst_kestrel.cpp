@@ -10,6 +10,9 @@
 #include "ui/editcontrollerdialog.h"
 #include "ui/lighttreemodel.h"
 #include "ui/lightview.h"
+#include "ui/discoverinterfaceswizard.h"
+#include "ui/discoverlightswizard.h"
+#include "ui/syncinterfacesdialog.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -69,6 +72,8 @@ private slots:
     void unfinishedFeaturesSaySo_data();
     void unfinishedFeaturesSaySo();
     void aboutShowsTheVersion();
+    void discoveryActionsOpenOneDialogAtATime_data();
+    void discoveryActionsOpenOneDialogAtATime();
 
 private:
     QString copyOfExample(const QString &name) const;
@@ -667,8 +672,7 @@ void tst_Kestrel::backgroundImageMakesTheMapDirty()
 void tst_Kestrel::unfinishedFeaturesSaySo_data()
 {
     QTest::addColumn<QString>("action");
-    for (const char *name : {"printAction", "editPreferencesAction", "discoverInterfacesAction",
-                             "discoverLightsAction", "syncInterfacesAction", "addStringAction",
+    for (const char *name : {"printAction", "editPreferencesAction", "addStringAction",
                              "addLightsAction", "addGroupAction", "zoomInAction", "zoomOutAction",
                              "autoZoomAction", "selectAllLightsAction"})
         QTest::newRow(name) << name;
@@ -699,6 +703,45 @@ void tst_Kestrel::aboutShowsTheVersion()
     QVERIFY(label);
     QCOMPARE(label->text(), m_prompts->asked.at(0).text);
     QCOMPARE(label->font().family(), QStringLiteral("Verdana"));
+}
+
+void tst_Kestrel::discoveryActionsOpenOneDialogAtATime_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("dialogClass");
+    QTest::newRow("interfaces") << "discoverInterfacesAction" << "DiscoverInterfacesWizard";
+    QTest::newRow("lights") << "discoverLightsAction" << "DiscoverLightsWizard";
+    QTest::newRow("sync") << "syncInterfacesAction" << "SyncInterfacesDialog";
+}
+
+// The wizards share the window's one engine, so a second one must not start beside the first;
+// they are window-modal without blocking, so the window keeps serving the network.
+void tst_Kestrel::discoveryActionsOpenOneDialogAtATime()
+{
+    QFETCH(QString, action);
+    QFETCH(QString, dialogClass);
+    m_window->setDiscoveryListenMs(200);
+    m_window->findChild<QAction *>(action)->trigger();
+    QPointer<QDialog> dialog = m_window->discoveryDialog();
+    QVERIFY(dialog);
+    QCOMPARE(QString::fromLatin1(dialog->metaObject()->className()), dialogClass);
+    QVERIFY(dialog->isVisible());
+    QCOMPARE(dialog->windowModality(), Qt::WindowModal);
+    for (const char *other :
+         {"discoverInterfacesAction", "discoverLightsAction", "syncInterfacesAction"})
+        m_window->findChild<QAction *>(other)->trigger();
+    int open = 0;
+    for (QDialog *child : m_window->findChildren<QDialog *>()) {
+        if (child->isVisible()
+            && (qobject_cast<QWizard *>(child) || qobject_cast<SyncInterfacesDialog *>(child)))
+            ++open;
+    }
+    QCOMPARE(open, 1);
+    QCOMPARE(m_window->discoveryDialog(), dialog.data());
+    dialog->reject();
+    QTRY_VERIFY(!dialog);
+    QVERIFY(!m_window->discoveryDialog());
+    QVERIFY(!m_window->isDirty());
 }
 
 QTEST_MAIN(tst_Kestrel)

@@ -1,13 +1,16 @@
 // The engine's reply handlers, driven directly: what becomes a supply or a light, and how a
 // read run moves on. Requests the engine sends go to loop-back addresses of an empty
 // namespace where nothing answers.
+#include "discovery/discoveredmap.h"
 #include "discovery/discoveryengine.h"
+#include "model/mapmodel.h"
 #include "model/datasupply.h"
 #include "model/light.h"
 #include "net/ksocket.h"
 #include "support/netnamespace.h"
 #include "net/vistra.h"
 
+#include <QPointer>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -25,6 +28,9 @@ private slots:
     void readRunAdvancesOnlyOnTheAwaitedAnswer();
     void rdmReadRunEndsAfterItsParameters();
     void timeoutRetriesAndRearmsAsRdmGet();
+    void forgottenLightsAreReportedAgain();
+    void abandonedReadsStopRetrying();
+    void lightsTheMapHoldsAreNotAddedTwice();
 
 private:
     static char mac[6];
@@ -213,6 +219,87 @@ void tst_DiscoveryEngine::timeoutRetriesAndRearmsAsRdmGet()
     QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
     engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x05);
     QCOMPARE(complete.count(), 1);
+}
+
+// A second light scan must list every light again, those already taken into the map too, so
+// that the light wizard can show them as "in map"; nobody's light may be deleted under them.
+void tst_DiscoveryEngine::forgottenLightsAreReportedAgain()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    std::unique_ptr<Light> taken = engine.takeLight(engine.lightBySerial(0x4C310001));
+    QPointer<Light> left = engine.lightBySerial(0x4C310002);
+    engine.forgetLights();
+    QVERIFY(!left); // engine-owned: deleted
+    QVERIFY(!engine.lightBySerial(0x4C310001));
+    QSignalSpy lights(&engine, &DiscoveryEngine::discoveredLight);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    QCOMPARE(lights.count(), 2);
+    QVERIFY(engine.lightBySerial(0x4C310001) != taken.get());
+    // Numbering on the port starts again as well.
+    QCOMPARE(engine.lightBySerial(0x4C310001)->lightNumber(), 0);
+    QCOMPARE(taken->serialNumber(), quint64(0x4C310001));
+}
+
+// Without this a light that never answered would be asked again every half second for as
+// long as the program runs.
+void tst_DiscoveryEngine::abandonedReadsStopRetrying()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    Light *light = engine.lightBySerial(0x4C310001);
+    engine.readLightData({light});
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x01);
+    QVERIFY(engine.readTimer()->isActive());
+    QVERIFY(engine.isReadPending(light));
+    engine.abandonReads();
+    QVERIFY(!engine.readTimer()->isActive());
+    QVERIFY(!engine.hasPendingReads());
+    // A late answer still lands in the light but starts nothing.
+    QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x02);
+    QCOMPARE(dmxAddressOf(*light), 0x0102 + 1);
+    QCOMPARE(complete.count(), 0);
+    QVERIFY(!engine.readTimer()->isActive());
+}
+
+void tst_DiscoveryEngine::lightsTheMapHoldsAreNotAddedTwice()
+{
+    DiscoveryEngine engine;
+    MapModel model;
+    DataSupply *supply = discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    DiscoveredMapResult first =
+        addDiscoveredToMap(model, engine, {supply}, {engine.lightBySerial(0x4C310001)});
+    QCOMPARE(first.suppliesAdded, 1);
+    QCOMPARE(first.lightsAdded, 1);
+    const Light *placed = model.lights().constFirst();
+    const QString name = placed->name();
+    const double x = placed->x(), y = placed->y();
+
+    // The next scan finds both again; only the new one may join the map.
+    engine.forgetLights();
+    engine.registerSupply(model.dataSupplies().constFirst());
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    const DiscoveredMapResult second = addDiscoveredToMap(
+        model, engine, model.dataSupplies(),
+        {engine.lightBySerial(0x4C310001), engine.lightBySerial(0x4C310002)});
+    QCOMPARE(second.lightsAdded, 1);
+    QCOMPARE(model.lightCount(), 2);
+    QCOMPARE(model.dataSupplies().constFirst()->lights().size(), 2);
+    QCOMPARE(placed->name(), name);
+    QCOMPARE(placed->x(), x);
+    QCOMPARE(placed->y(), y);
+    QSet<quint64> serials;
+    for (const Light *l : model.lights())
+        serials.insert(l->serialNumber());
+    QCOMPARE(serials, (QSet<quint64>{0x4C310001, 0x4C310002}));
 }
 
 QTEST_GUILESS_MAIN(tst_DiscoveryEngine)
