@@ -9,6 +9,8 @@
 #include "ui/animationtemplate.h"
 #include "ui/deviceview.h"
 #include "ui/editcontrollerdialog.h"
+#include "devices/devicedictionary.h"
+#include "discovery/definitionreadplan.h"
 #include "discovery/discoveryengine.h"
 #include "ui/discoverinterfaceswizard.h"
 #include "ui/discoverlightswizard.h"
@@ -65,6 +67,8 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     new ModelProgressDialog(*m_model, this);
     // One engine for the window's life: it owns the protocol object and its socket.
     m_engine = new DiscoveryEngine(this);
+    // Reads bring in what each light's definition says its memory holds.
+    m_engine->setReadPlan(std::make_shared<DefinitionReadPlan>(*DeviceDictionary::instance()));
 
     // Node count changes come by the thousand during a load; show the count once per burst.
     m_nodeCountTimer = new QTimer(this);
