@@ -1,6 +1,7 @@
 #include "ui/groupview.h"
 
 #include "ui/grouptreemodel.h"
+#include "ui/maptreeview.h"
 
 #include <QHeaderView>
 
@@ -9,35 +10,12 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-// Rows of a two-level tree in the order the view shows them.
-QModelIndexList inTreeOrder(QModelIndexList rows)
-{
-    auto key = [](const QModelIndex &index) {
-        const QModelIndex parent = index.parent();
-        return parent.isValid() ? std::make_pair(parent.row(), index.row())
-                                : std::make_pair(index.row(), -1);
-    };
-    std::sort(rows.begin(), rows.end(),
-              [&key](const QModelIndex &a, const QModelIndex &b) { return key(a) < key(b); });
-    return rows;
-}
-
-} // namespace
-
 GroupView::GroupView(MapModel &model, QWidget *parent)
     : QTreeView(parent), m_model(new GroupTreeModel(model, this))
 {
     setObjectName(QStringLiteral("m_groupView"));
     setModel(m_model);
-    setUniformRowHeights(true);
-    setSelectionMode(QAbstractItemView::ExtendedSelection);
-    setSelectionBehavior(QAbstractItemView::SelectRows);
-    setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
-    setAlternatingRowColors(true);
-    setAllColumnsShowFocus(true);
-    header()->setStretchLastSection(false);
+    MapTreeView::configure(*this);
     header()->setSectionResizeMode(GroupTreeModel::NameColumn, QHeaderView::Stretch);
     const QFontMetrics metrics = header()->fontMetrics();
     header()->resizeSection(GroupTreeModel::DmxAddressColumn,
@@ -52,7 +30,7 @@ GroupView::GroupView(MapModel &model, QWidget *parent)
 
 QList<quint64> GroupView::selectedGroupUids() const
 {
-    const QModelIndexList rows = inTreeOrder(selectionModel()->selectedRows());
+    const QModelIndexList rows = MapTreeView::inTreeOrder(selectionModel()->selectedRows());
     QList<quint64> uids;
     for (const QModelIndex &row : rows) {
         if (m_model->rowKind(row) == GroupTreeModel::RowKind::Group)
@@ -63,7 +41,7 @@ QList<quint64> GroupView::selectedGroupUids() const
 
 QList<quint64> GroupView::selectedLightUids() const
 {
-    const QModelIndexList rows = inTreeOrder(selectionModel()->selectedRows());
+    const QModelIndexList rows = MapTreeView::inTreeOrder(selectionModel()->selectedRows());
     QList<quint64> uids;
     QSet<quint64> seen;
     for (const QModelIndex &row : rows) {

@@ -1,5 +1,7 @@
 #include "ui/lighttreemodel.h"
 
+#include "devices/devicepresentation.h"
+#include "devices/dmxaddress.h"
 #include "model/datasupply.h"
 #include "model/light.h"
 #include "model/mapmodel.h"
@@ -12,7 +14,6 @@
 namespace {
 
 constexpr quint64 kUnknownSerial = 0xFFFFFFFF;
-constexpr int kLastDmxOffset = 511;
 
 const QIcon &supplyIcon()
 {
@@ -329,27 +330,14 @@ QString LightTreeModel::serialText(quint64 serial)
 
 QString LightTreeModel::dmxAddressText(const QString &dmxOffset)
 {
-    const QString text = dmxOffset.trimmed();
-    bool ok = false;
-    const uint offset = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
-                            ? text.mid(2).toUInt(&ok, 16)
-                            : text.toUInt(&ok, 10);
-    if (!ok || offset > kLastDmxOffset)
-        return {};
     // Devices store the 0-based offset; the address people set on a desk starts at 1.
-    return QString::number(offset + 1);
+    const int address = DmxAddress::addressFromText(dmxOffset);
+    return address > 0 ? QString::number(address) : QString();
 }
 
 QString LightTreeModel::supplyTypeText(unsigned int type)
 {
-    switch (type) {
-    case DataSupply::VistraIp:
-        return QStringLiteral("Vistra Interface");
-    case DataSupply::VistraBroadcast:
-        return QStringLiteral("Vistra Broadcast Interface");
-    default:
-        return QStringLiteral("Unknown Interface Type");
-    }
+    return DevicePresentation::interfaceTypeText(type);
 }
 
 void LightTreeModel::handleNewDataSupply(quint64 uid)

@@ -1,6 +1,7 @@
 #include "ui/lightview.h"
 
 #include "ui/lighttreemodel.h"
+#include "ui/maptreeview.h"
 
 #include <QAction>
 #include <QContextMenuEvent>
@@ -10,37 +11,13 @@
 #include <algorithm>
 #include <utility>
 
-namespace {
-
-// Rows of a two-level tree in the order the view shows them.
-QModelIndexList inTreeOrder(QModelIndexList rows)
-{
-    auto key = [](const QModelIndex &index) {
-        const QModelIndex parent = index.parent();
-        return parent.isValid() ? std::make_pair(parent.row(), index.row())
-                                : std::make_pair(index.row(), -1);
-    };
-    std::sort(rows.begin(), rows.end(),
-              [&key](const QModelIndex &a, const QModelIndex &b) { return key(a) < key(b); });
-    return rows;
-}
-
-} // namespace
-
 LightView::LightView(MapModel &model, QWidget *parent)
     : QTreeView(parent), m_model(new LightTreeModel(model, this))
 {
     setObjectName(QStringLiteral("m_lightView"));
     setModel(m_model);
-    // Every row has the same height: lets the view lay out 15,000 rows without measuring each.
-    setUniformRowHeights(true);
-    setSelectionMode(QAbstractItemView::ExtendedSelection);
-    setSelectionBehavior(QAbstractItemView::SelectRows);
-    setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
-    setAlternatingRowColors(true);
-    setAllColumnsShowFocus(true);
+    MapTreeView::configure(*this);
     // The name takes whatever room the pane has; the other columns fit their contents.
-    header()->setStretchLastSection(false);
     header()->setSectionResizeMode(QHeaderView::Interactive);
     header()->setSectionResizeMode(LightTreeModel::NameColumn, QHeaderView::Stretch);
     const QFontMetrics metrics = header()->fontMetrics();
@@ -112,7 +89,7 @@ void LightView::contextMenuEvent(QContextMenuEvent *event)
 
 QList<quint64> LightView::selectedLightUids() const
 {
-    const QModelIndexList rows = inTreeOrder(selectionModel()->selectedRows());
+    const QModelIndexList rows = MapTreeView::inTreeOrder(selectionModel()->selectedRows());
     QList<quint64> uids;
     for (const QModelIndex &row : rows) {
         if (m_model->rowKind(row) == LightTreeModel::RowKind::Light)
@@ -123,7 +100,7 @@ QList<quint64> LightView::selectedLightUids() const
 
 QList<quint64> LightView::selectedDataSupplyUids() const
 {
-    const QModelIndexList rows = inTreeOrder(selectionModel()->selectedRows());
+    const QModelIndexList rows = MapTreeView::inTreeOrder(selectionModel()->selectedRows());
     QList<quint64> uids;
     for (const QModelIndex &row : rows) {
         if (m_model->rowKind(row) == LightTreeModel::RowKind::DataSupply)
