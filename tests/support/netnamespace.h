@@ -5,7 +5,6 @@
 // protocol port moves on into a fresh namespace of its own, so tests running side by side
 // never see each other's interfaces or ports, and whatever it creates vanishes with it.
 #include <QByteArray>
-#include <QFile>
 #include <QRegularExpression>
 #include <QThread>
 #include <QProcess>
@@ -67,18 +66,39 @@ inline bool enterFresh(QString *error)
     return ip(QStringLiteral("link set lo up"), error);
 }
 
+// "ip -o link show dev NAME" of this namespace (sysfs would show the host's interfaces).
+inline QString linkLine(const QString &device)
+{
+    QProcess process;
+    process.start(QStringLiteral("ip"), {QStringLiteral("-o"), QStringLiteral("link"),
+                                         QStringLiteral("show"), QStringLiteral("dev"), device});
+    process.waitForFinished(5000);
+    return QString::fromLocal8Bit(process.readAllStandardOutput());
+}
+
+// The flags between < and > of a link line.
+inline QStringList linkFlags(const QString &line)
+{
+    const int open = line.indexOf(QLatin1Char('<'));
+    const int close = line.indexOf(QLatin1Char('>'), open);
+    return open < 0 || close < 0 ? QStringList()
+                                 : line.mid(open + 1, close - open - 1).split(QLatin1Char(','));
+}
+
 // A veth end brought up is not usable at once: its carrier follows a moment later, and a
-// send before then fails. Waits up to two seconds for the link to come up.
+// send before then fails. Waits up to two seconds for the carrier, unless the peer is in this
+// namespace and down (then it never comes: some tests want exactly that).
 inline void waitForCarrier(const QString &device)
 {
-    QFile operstate(QStringLiteral("/sys/class/net/%1/operstate").arg(device));
+    static const QRegularExpression peerName(QStringLiteral("^\\d+: [^@:]+@([^:]+):"));
     for (int i = 0; i < 200; ++i) {
-        if (operstate.open(QIODevice::ReadOnly)) {
-            const QByteArray state = operstate.readAll().trimmed();
-            operstate.close();
-            if (state == "up" || state == "unknown")
-                return;
-        }
+        const QString line = linkLine(device);
+        if (line.isEmpty() || linkFlags(line).contains(QStringLiteral("LOWER_UP")))
+            return;
+        const QString peer = peerName.match(line).captured(1);
+        if (!peer.isEmpty() && !peer.startsWith(QLatin1String("if"))
+            && !linkFlags(linkLine(peer)).contains(QStringLiteral("UP")))
+            return;
         QThread::msleep(10);
     }
 }
