@@ -35,11 +35,20 @@ bool isXmlChar(uint c)
            || (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
 }
 
+// Most texts are plain: check them cheaply before converting anything.
+bool needsCleaning(const QString &text)
+{
+    return std::any_of(text.cbegin(), text.cend(), [](QChar c) {
+        const ushort u = c.unicode();
+        return (u < 0x20 && u != 0x9 && u != 0xA && u != 0xD) || u >= 0xD800;
+    });
+}
+
 QString xmlSafe(const QString &text)
 {
-    const QVector<uint> codePoints = text.toUcs4();
-    if (std::all_of(codePoints.cbegin(), codePoints.cend(), isXmlChar))
+    if (!needsCleaning(text))
         return text;
+    const QVector<uint> codePoints = text.toUcs4();
     QVector<uint> kept;
     std::copy_if(codePoints.cbegin(), codePoints.cend(), std::back_inserter(kept), isXmlChar);
     return QString::fromUcs4(kept.constData(), kept.size());
