@@ -20,6 +20,8 @@ DefinitionReadPlan::DefinitionReadPlan(const DeviceDictionary &dictionary)
 {
 }
 
+// A lone 0 in a definition means "no location" and never reaches the list; a 0 inside an
+// array is a real location and is read.
 QVector<quint16> DefinitionReadPlan::furtherAddresses(const Light &light) const
 {
     QVector<quint16> addresses;
@@ -28,7 +30,7 @@ QVector<quint16> DefinitionReadPlan::furtherAddresses(const Light &light) const
         return addresses;
     for (const MemoryMapEntry &item : entry->memoryMap()) {
         for (quint16 address : item.readAddresses()) {
-            if (address != 0 && !isDmxOffsetAddress(address) && !addresses.contains(address))
+            if (!isDmxOffsetAddress(address) && !addresses.contains(address))
                 addresses << address;
         }
     }

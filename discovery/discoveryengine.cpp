@@ -116,7 +116,6 @@ void DiscoveryEngine::discoverControllers()
     m_lightsPerPort.clear();
     m_runs.clear();
     m_pendingVariables.clear();
-    m_dmxOffsets.clear();
     repeatDiscover();
 }
 
@@ -129,7 +128,6 @@ void DiscoveryEngine::forgetLights()
     }
     m_lightsBySerial.clear();
     m_lightsPerPort.clear();
-    m_dmxOffsets.clear();
 }
 
 void DiscoveryEngine::abandonReads()
@@ -449,10 +447,15 @@ void DiscoveryEngine::resumeLightData(Light *light)
 
 void DiscoveryEngine::setDmxOffsetByte(Light &light, bool high, quint8 value)
 {
-    quint16 &offset = m_dmxOffsets[light.serialNumber()];
-    // The offset is stored big-endian: 64 holds bits 8-15, 65 bits 0-7.
-    offset = high ? quint16((value << 8) | (offset & 0x00FF)) : quint16((offset & 0xFF00) | value);
-    light.setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(offset));
+    // The offset is stored big-endian: 64 holds bits 8-15, 65 bits 0-7. The byte replaces its
+    // half of what the light holds now, so a light whose other byte never answered keeps it.
+    const QString current = light.deviceProperty(QStringLiteral("DMX_OFFSET")).trimmed();
+    const quint16 offset = current.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)
+                               ? current.mid(2).toUShort(nullptr, 16)
+                               : current.toUShort();
+    const quint16 updated = high ? quint16((value << 8) | (offset & 0x00FF))
+                                 : quint16((offset & 0xFF00) | value);
+    light.setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(updated));
 }
 
 void DiscoveryEngine::handleBlinkEEReadResponse(unsigned int ip, unsigned int sn,
@@ -473,8 +476,11 @@ void DiscoveryEngine::handleBlinkEEReadResponse(unsigned int ip, unsigned int sn
         setDmxOffsetByte(*light, false, b);
     m_readPlan->applyMemoryByte(*light, address, b);
     // Late or duplicated answers keep their data but do not move the run on.
-    if (!awaited)
+    if (!awaited) {
+        if (run == m_runs.end())
+            stopGuarding(sn);
         return;
+    }
     ++run->next;
     if (run->next >= run->items.size()) {
         finishLight(*light);
@@ -494,6 +500,8 @@ void DiscoveryEngine::handleRDMGetReply(quint32 ip, quint64 uid, quint16 pid, QS
         return;
     m_readPlan->applyRdmValue(*light, pid, data);
     auto run = m_runs.find(uid);
+    if (run == m_runs.end())
+        stopGuarding(uid);
     if (run == m_runs.end() || !run->rdm || run->next >= run->items.size()
         || run->items.at(run->next) != pid)
         return;
@@ -513,9 +521,24 @@ void DiscoveryEngine::handleRDMGetReply(quint32 ip, quint64 uid, quint16 pid, QS
 void DiscoveryEngine::finishLight(Light &light)
 {
     m_runs.remove(light.serialNumber());
-    if (!hasPendingReads())
-        m_readTimer.stop();
+    stopGuarding(light.serialNumber());
     emit lightDataReadComplete(light.uid());
+}
+
+void DiscoveryEngine::stopGuarding(quint64 serial)
+{
+    // Several lights read at once share the one timer; it guards the request sent last. Once
+    // that light needs nothing more, the guard would only resend an answered request.
+    if (!hasPendingReads() || m_readTimer.property("sn").toULongLong() == serial)
+        m_readTimer.stop();
+}
+
+void DiscoveryEngine::resetProtocolSocket()
+{
+    // A fresh socket drops whatever the old one still had queued.
+    disconnectProtocol();
+    m_protocol->resetSocket();
+    connectProtocol();
 }
 
 void DiscoveryEngine::readDeviceVariables(DataSupply *supply, const QVector<quint16> &ids)
@@ -564,10 +587,7 @@ void DiscoveryEngine::handleTimeout()
     if (!m_retry)
         return;
 
-    // A fresh socket drops whatever the old one still had queued.
-    disconnectProtocol();
-    m_protocol->resetSocket();
-    connectProtocol();
+    resetProtocolSocket();
     qCDebug(lcDiscovery) << "Retry read";
     if (method == QLatin1String("EERead"))
         m_protocol->blinkEERead(ip, static_cast<quint32>(serial), readAddress);

@@ -55,6 +55,9 @@ public:
     // Forgets the lights earlier scans found (deleting those nobody took) and their read
     // runs, so that the next scan reports every light again, those already in the map too.
     void forgetLights();
+    // Replaces the protocol's socket (nothing stale is read afterwards); done before a read
+    // run and when a read times out.
+    void resetProtocolSocket();
     // Starts a read run: the DMX address and the further memory items of each light.
     void readLightData(const QList<Light *> &lights);
     // Asks again for what a light's unfinished run waits for (the run goes on from there), or
@@ -127,6 +130,7 @@ private:
     QString ipOfLight(const Light &light) const;
     void armTimer(const char *method, const QString &ip, quint64 serial, quint16 readAddress);
     void finishLight(Light &light);
+    void stopGuarding(quint64 serial);
     void setDmxOffsetByte(Light &light, bool high, quint8 value);
 
     Vistra *m_protocol = nullptr;
@@ -146,7 +150,6 @@ private:
     QHash<quint64, ReadRun> m_runs;
     // Device variables still to ask each supply for, by supply address.
     QHash<quint32, QVector<quint16>> m_pendingVariables;
-    QHash<quint64, quint16> m_dmxOffsets;
     bool m_retry = false;
     QTimer m_readTimer;
     std::shared_ptr<const LightReadPlan> m_readPlan;

@@ -42,6 +42,9 @@ void LightDataReader::begin(const QList<Light *> &lights)
         m_queue << light;
         setState(light->uid(), State::Waiting);
     }
+    // A read run starts on a fresh socket: nothing an earlier run left queued is read as an
+    // answer to this one.
+    m_engine.resetProtocolSocket();
     m_clock.start();
     m_check.start();
     fillWindow();

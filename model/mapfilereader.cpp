@@ -276,7 +276,7 @@ std::unique_ptr<Light> MapDocumentReader::readLight()
         else if (is(name, QLatin1String("c"), QLatin1String("DataSupply")))
             light->setDataSupply(hex64(text()));
         else if (is(name, QLatin1String("fc"), QLatin1String("fixturecode")))
-            light->setFixtureCode(static_cast<unsigned>(text().toInt(nullptr, 16)));
+            light->setFixtureCode(text().toUInt(nullptr, 16));
         else if (name == QLatin1String("x"))
             x = text().toDouble();
         else if (name == QLatin1String("y"))

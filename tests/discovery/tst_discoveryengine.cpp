@@ -25,6 +25,7 @@ private slots:
     void wirePortsAreCountedFromOne();
     void repeatedScansReportALightOnce();
     void dmxOffsetBytesCombineBigEndian();
+    void guardFollowsTheLightItProtects();
     void readRunAdvancesOnlyOnTheAwaitedAnswer();
     void rdmReadRunEndsAfterItsParameters();
     void timeoutRetriesAndRearmsAsRdmGet();
@@ -141,6 +142,35 @@ void tst_DiscoveryEngine::dmxOffsetBytesCombineBigEndian()
     // The low byte replaces bits 0-7 only.
     engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x01);
     QCOMPARE(light->deviceProperty("DMX_OFFSET"), QString::number(0x1201));
+
+    // A light that already holds an offset (from the map) keeps the half that did not answer.
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    Light *known = engine.lightBySerial(0x4C310002);
+    known->setDeviceProperty("DMX_OFFSET", "300"); // 0x012C
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310002, 65, 0x05);
+    QCOMPARE(known->deviceProperty("DMX_OFFSET"), QString::number(0x0105));
+}
+
+void tst_DiscoveryEngine::guardFollowsTheLightItProtects()
+{
+    DiscoveryEngine engine;
+    discoverSupply(engine, 0x7F000101, 1);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
+    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    Light *a = engine.lightBySerial(0x4C310001);
+    Light *b = engine.lightBySerial(0x4C310002);
+    engine.readLightData({a, b});
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0);
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310002, 64, 0); // the guard is now on b
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 1); // a is done
+    QVERIFY(engine.readTimer()->isActive());
+    QCOMPARE(engine.readTimer()->property("sn").toULongLong(), quint64(0x4C310002));
+
+    engine.readLightData({a});
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0); // the guard is on a again
+    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 1); // a is done: no guard
+    QVERIFY(!engine.readTimer()->isActive());
+    QVERIFY(engine.isReadPending(b)); // b's stall is the reader's to notice
 }
 
 void tst_DiscoveryEngine::readRunAdvancesOnlyOnTheAwaitedAnswer()

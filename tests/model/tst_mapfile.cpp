@@ -116,7 +116,7 @@ void tst_MapFile::everyFieldRoundTrips()
     light->setPortNumber(1);
     light->setLightNumber(17);
     light->setFixture(0xABCDEF0123ULL);
-    light->setFixtureCode(0xBEEF);
+    light->setFixtureCode(0x8000BEEF); // past the int range: read back unsigned
     light->setPosition(12.5, -24.25, 3.125);
     light->setOrientation(0.5, -0.5, 0.25, 0.125);
     light->setChannel(51);
@@ -169,7 +169,7 @@ void tst_MapFile::everyFieldRoundTrips()
     QCOMPARE(l->portNumber(), 1u);
     QCOMPARE(l->lightNumber(), 17);
     QCOMPARE(l->fixture(), 0xABCDEF0123ULL);
-    QCOMPARE(l->fixtureCode(), 0xBEEFu);
+    QCOMPARE(l->fixtureCode(), 0x8000BEEFu);
     QCOMPARE(l->x(), 12.5);
     QCOMPARE(l->y(), -24.25);
     QCOMPARE(l->z(), 3.125);
