@@ -24,10 +24,9 @@ constexpr quint64 kKindBases[] = {0x10100000, 0x10110000, 0x10120000, 0x0F000000
 
 QString g_mapPath;
 
-void fillInstallation(MapModel &model)
+quint64 serialOfKind(int supply, int light)
 {
-    BenchInstallation::fill(model,
-                            [](int s, int i) { return kKindBases[(s + i) % 4] + s * 1000 + i; });
+    return kKindBases[(supply + light) % 4] + supply * 1000 + light;
 }
 
 struct ShownView
@@ -117,12 +116,8 @@ int main(int argc, char **argv)
     DeviceResources::registerResources();
     QTemporaryDir dir;
     g_mapPath = dir.filePath(QStringLiteral("installation.map"));
-    {
-        MapModel model;
-        fillInstallation(model);
-        if (!model.saveToFile(g_mapPath))
-            return 1;
-    }
+    if (!BenchInstallation::save(g_mapPath, serialOfKind))
+        return 1;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -135,12 +135,8 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     QTemporaryDir dir;
     g_mapPath = dir.filePath(QStringLiteral("installation.map"));
-    {
-        MapModel model;
-        BenchInstallation::fill(model);
-        if (!model.saveToFile(g_mapPath))
-            return 1;
-    }
+    if (!BenchInstallation::save(g_mapPath))
+        return 1;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -55,4 +55,11 @@ void fill(MapModel &model, const SerialOf &serialOf)
     }
 }
 
+bool save(const QString &path, const SerialOf &serialOf)
+{
+    MapModel model;
+    fill(model, serialOf);
+    return model.saveToFile(path);
+}
+
 } // namespace BenchInstallation

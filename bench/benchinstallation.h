@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
 #include <functional>
@@ -21,5 +22,7 @@ using SerialOf = std::function<quint64(int supply, int light)>;
 
 // Light serials default to one fixture kind ("Vela Graze RGB series 1").
 void fill(MapModel &model, const SerialOf &serialOf = {});
+// Writes the installation as a map file; false when it cannot be saved.
+bool save(const QString &path, const SerialOf &serialOf = {});
 
 } // namespace BenchInstallation
