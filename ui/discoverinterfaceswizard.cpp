@@ -70,13 +70,7 @@ QWizardPage *DiscoverInterfacesWizard::buildIntroPage()
            "map. Interfaces the map holds already are marked."),
         page);
     text->setWordWrap(true);
-    m_listenSeconds = new QDoubleSpinBox(page);
-    m_listenSeconds->setObjectName(QStringLiteral("m_listenTimeSpinBox"));
-    m_listenSeconds->setRange(0.2, 60.0);
-    m_listenSeconds->setDecimals(1);
-    m_listenSeconds->setSingleStep(0.5);
-    m_listenSeconds->setSuffix(tr(" s"));
-    m_listenSeconds->setValue(kDefaultListenMs / 1000.0);
+    m_listenSeconds = createListenTimeSpinBox(kDefaultListenMs, page);
     auto *form = new QFormLayout;
     form->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     form->addRow(tr("Listen for answers for:"), m_listenSeconds);

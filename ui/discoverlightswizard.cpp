@@ -1,3 +1,4 @@
+#include "ui/listenprogressbar.h"
 #include "ui/discoverlightswizard.h"
 
 #include "discovery/discoveredmap.h"
@@ -93,13 +94,7 @@ QWizardPage *DiscoverLightsWizard::buildControllerPage()
     empty->setWordWrap(true);
     connect(m_supplies, &QAbstractItemModel::modelReset, empty,
             [this, empty] { empty->setVisible(m_model.dataSupplyCount() == 0); });
-    m_listenSeconds = new QDoubleSpinBox(m_controllerPage);
-    m_listenSeconds->setObjectName(QStringLiteral("m_listenTimeSpinBox"));
-    m_listenSeconds->setRange(0.2, 60.0);
-    m_listenSeconds->setDecimals(1);
-    m_listenSeconds->setSingleStep(0.5);
-    m_listenSeconds->setSuffix(tr(" s"));
-    m_listenSeconds->setValue(kDefaultListenMs / 1000.0);
+    m_listenSeconds = createListenTimeSpinBox(kDefaultListenMs, m_controllerPage);
     auto *form = new QFormLayout;
     form->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
     form->addRow(tr("Listen for lights for:"), m_listenSeconds);

@@ -6,6 +6,11 @@
 
 // Shows how much of a search's listening time has passed, so a search that finds nothing
 // still shows that it is working and when it will end.
+class QDoubleSpinBox;
+
+// The box in which the user sets how long a search listens for answers, in seconds.
+QDoubleSpinBox *createListenTimeSpinBox(int defaultMs, QWidget *parent);
+
 class ListenProgressBar final : public QProgressBar
 {
     Q_OBJECT
