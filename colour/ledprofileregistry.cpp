@@ -68,9 +68,11 @@ LedProfileRegistry::LedProfileRegistry(const QString &path)
 
 bool LedProfileRegistry::isKnownChemistry(const QString &chemistry)
 {
+    // The kinds encodeChannels (colour/channelencoding.h) knows how to drive.
     static const QSet<QString> known = {
         QStringLiteral("RGB"), QStringLiteral("RGBW"), QStringLiteral("RGBAW"),
-        QStringLiteral("WW"),  QStringLiteral("CW"),   QStringLiteral("WWCW"),
+        QStringLiteral("RGBA"), QStringLiteral("WW"), QStringLiteral("NW"),
+        QStringLiteral("CW"), QStringLiteral("A"), QStringLiteral("WWCW"),
     };
     return known.contains(chemistry);
 }

@@ -9,8 +9,8 @@
 #include <optional>
 
 // How one LED profile drives a light in one input mode: which LED chemistry the channels
-// feed ("RGB", "RGBW", "RGBAW", white-only kinds), how many channels that takes and the
-// exponent of the channels' gamma curve.
+// feed ("RGB", "RGBW", "RGBAW", "RGBA", white-only kinds, tunable white), how many channels
+// that takes and the exponent of the channels' gamma curve (see colour/channelencoding.h).
 struct LedProfileMode
 {
     int profileId = 0;
