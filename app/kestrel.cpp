@@ -1,6 +1,8 @@
 #include "app/kestrel.h"
 
 #include "app/aboutversion.h"
+#include "app/demoguide.h"
+#include "app/liveplayer.h"
 #include "app/windowstate.h"
 #include "devices/definitionpropertyformat.h"
 #include "devices/deviceresources.h"
@@ -81,6 +83,11 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_recentMaps.setMaximum(m_settings.numRecentMaps);
     m_recentMaps.load(settings);
 
+    // Live play drives every supply of the map through the discovery engine's transport.
+    m_livePlayer = new LivePlayer(*m_model, *m_engine, m_settings.frameRate, this);
+    m_livePlayer->follow(m_lightView, m_groupView);
+    connect(this, &Kestrel::liveUpdatesPaused, m_livePlayer, &LivePlayer::setPaused);
+
     connectActions();
     connectModel();
 
@@ -97,6 +104,12 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
 }
 
 Kestrel::~Kestrel() = default;
+
+void Kestrel::startDemonstration(const Simulator &simulator)
+{
+    if (!m_demoGuide)
+        m_demoGuide = new DemoGuide(*this, simulator);
+}
 
 QString Kestrel::windowTitleFor(const QString &mapPath, bool dirty)
 {
@@ -263,6 +276,7 @@ bool Kestrel::loadMap(const QString &path)
                            .arg(m_model->lightCount())
                            .arg(m_model->groupCount()),
                        0);
+        m_livePlayer->readFromMap();
         checkCanvasSize();
     } else {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Load Error"),
@@ -317,6 +331,7 @@ bool Kestrel::saveMap(bool askForPath)
         path += kMapSuffix;
     m_settings.mapPath = QFileInfo(path).absolutePath();
     writeSettings();
+    m_livePlayer->writeToMap();
     if (!m_model->saveToFile(path)) {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Save Failed"),
                            QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
@@ -489,7 +504,8 @@ void Kestrel::handleAutoZoomAction()
 
 void Kestrel::handleSelectAllLightsAction()
 {
-    notAvailableYet(QStringLiteral("Selecting on the layout canvas"));
+    // Selecting every row of the light pane lights every light.
+    m_lightView->selectAll();
 }
 
 void Kestrel::handleAddInterfaceAction()
@@ -539,6 +555,10 @@ void Kestrel::handleLivePlayToggled(bool on)
     m_ui.m_livePlayIndicator->setIcon(
         m_ui.livePlayAction->icon().pixmap(16, 16, QIcon::Normal, on ? QIcon::On : QIcon::Off));
     m_model->setLivePlay(on);
+    if (m_settings.livePlay != on) {
+        m_settings.livePlay = on;
+        writeSettings();
+    }
 }
 
 void Kestrel::handleCreateAnimationTemplateAction()

@@ -10,7 +10,10 @@
 
 #include <memory>
 
+class DemoGuide;
 class DeviceView;
+class Simulator;
+class LivePlayer;
 class GroupView;
 class LightView;
 class MapModel;
@@ -46,6 +49,11 @@ public:
     // The "Lights/Interfaces" pane's tabs: the light view, then the device view.
     QTabWidget *lightTabs() const { return m_lightTabs; }
     DiscoveryEngine &discoveryEngine() const { return *m_engine; }
+    LivePlayer &livePlayer() const { return *m_livePlayer; }
+    // The demonstration's guide once startDemonstration() ran, else null.
+    DemoGuide *demoGuide() const { return m_demoGuide; }
+    // Shows a new user what to try with the simulated installation running in the program.
+    void startDemonstration(const Simulator &simulator);
     // The discovery wizard or dialog open now (one at a time: they share the engine), or null.
     QDialog *discoveryDialog() const { return m_discoveryDialog; }
     // How long the discovery wizards listen for answers; tests shorten it.
@@ -129,6 +137,8 @@ private:
     QTabWidget *m_lightTabs = nullptr;
     QTimer *m_nodeCountTimer = nullptr;
     DiscoveryEngine *m_engine = nullptr;
+    LivePlayer *m_livePlayer = nullptr;
+    DemoGuide *m_demoGuide = nullptr;
     QPointer<QDialog> m_discoveryDialog;
     int m_discoveryListenMs = 2000;
     KestrelSettings m_settings;

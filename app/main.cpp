@@ -41,7 +41,8 @@ int main(int argc, char *argv[])
     parser.process(app);
     // Before anything can send: the protocol object broadcasts as soon as it exists.
     QString networkError;
-    if (!NetworkOptions::apply(parser, &app, &networkError)) {
+    Simulator *demo = nullptr;
+    if (!NetworkOptions::apply(parser, &app, &networkError, &demo)) {
         QMessageBox::critical(nullptr, QStringLiteral("Error"), networkError);
         return 1;
     }
@@ -59,6 +60,8 @@ int main(int argc, char *argv[])
 
     Kestrel window;
     window.show();
+    if (demo)
+        window.startDemonstration(*demo);
     if (!parser.positionalArguments().isEmpty())
         window.openMap(parser.positionalArguments().constFirst());
 

@@ -41,7 +41,7 @@ void addTo(QCommandLineParser &parser)
                       QStringLiteral("ADDRESS")});
 }
 
-bool apply(const QCommandLineParser &parser, QObject *owner, QString *error)
+bool apply(const QCommandLineParser &parser, QObject *owner, QString *error, Simulator **demo)
 {
     if (parser.isSet(kDemoOption)) {
         KSocket::setLoopbackOnly(true);
@@ -51,6 +51,8 @@ bool apply(const QCommandLineParser &parser, QObject *owner, QString *error)
             delete simulator;
             return false;
         }
+        if (demo)
+            *demo = simulator;
         return true;
     }
     if (parser.isSet(kBroadcastOption))

@@ -4,6 +4,7 @@
 
 class QCommandLineParser;
 class QObject;
+class Simulator;
 
 // Where the program's lighting traffic goes, decided at start-up before anything is sent
 // (the protocol object broadcasts its sync packets as soon as it exists):
@@ -21,6 +22,8 @@ inline const QString kDemoBroadcast = QStringLiteral("127.255.255.255");
 void addTo(QCommandLineParser &parser);
 // Applies the choice; the demo's simulator becomes a child of `owner`. False, with the reason
 // in `error`, when an address is not a dotted quad or the simulator cannot start.
-bool apply(const QCommandLineParser &parser, QObject *owner, QString *error);
+// The demonstration's simulator is handed back through `demo` when asked for.
+bool apply(const QCommandLineParser &parser, QObject *owner, QString *error,
+           Simulator **demo = nullptr);
 
 } // namespace NetworkOptions

@@ -3,6 +3,8 @@
 #include "discovery/discoverylogging.h"
 #include "model/datasupply.h"
 #include "model/light.h"
+#include "model/mapmodel.h"
+#include "net/streamoutput.h"
 #include "net/vistra.h"
 
 #include <QHostAddress>
@@ -51,7 +53,7 @@ QByteArray fullFrame(const QByteArray &data)
 } // namespace
 
 DiscoveryEngine::DiscoveryEngine(QObject *parent)
-    : QObject(parent), m_protocol(new Vistra(this)),
+    : QObject(parent), m_protocol(new Vistra(this)), m_stream(new StreamOutput(this)),
       m_readPlan(std::make_shared<LightReadPlan>())
 {
     m_readTimer.setSingleShot(true);
@@ -211,8 +213,7 @@ void DiscoveryEngine::addDiscoveredSupply(const char *mac, quint32 ip, quint64 s
     supply->setFamily(QString::fromLatin1(idstring));
     m_suppliesByAddress.insert(ip, supply);
     m_suppliesByUid.insert(supply->uid(), supply);
-    connect(supply, &DataSupply::signalSendDmxFrame, this, &DiscoveryEngine::handleSendDMXFrame);
-    connect(supply, &DataSupply::signalSendPortOut, this, &DiscoveryEngine::handleSendPortOut);
+    connectOutput(supply);
     qCDebug(lcDiscovery) << "discovered supply" << supply->name() << ipText(ip) << "serial"
                          << Qt::hex << sn;
     emit discoveredController(supply);
@@ -239,7 +240,46 @@ void DiscoveryEngine::registerSupply(DataSupply *supply)
     const quint32 ip = supply->ipAddress().toIPv4Address();
     m_suppliesByAddress.insert(ip, supply);
     m_suppliesByUid.insert(supply->uid(), supply);
+    connectOutput(supply);
     scanLights(supply);
+}
+
+void DiscoveryEngine::driveMap(MapModel &model)
+{
+    for (DataSupply *supply : model.dataSupplies())
+        connectOutput(supply);
+    connect(&model, &MapModel::newDataSupply, this,
+            [this, &model](quint64 uid) { connectOutput(model.dataSupply(uid)); });
+}
+
+void DiscoveryEngine::connectOutput(DataSupply *supply)
+{
+    if (!supply)
+        return;
+    disconnect(supply, nullptr, this, nullptr);
+    connect(supply, &DataSupply::signalSendDmxFrame, this, &DiscoveryEngine::handleSendDMXFrame);
+    connect(supply, &DataSupply::signalSendPortOut, this, &DiscoveryEngine::handleSendPortOut);
+    connect(supply, &DataSupply::signalSendBroadcastDmxFrame, this,
+            &DiscoveryEngine::handleSendBroadcastDmxFrame);
+    connect(supply, &DataSupply::signalSendBroadcastPortOut, this,
+            &DiscoveryEngine::handleSendBroadcastPortOut);
+    // A streaming port's number is its universe; the supply says which port it is sending.
+    // Supplies of type 7 are reached without an address (multicast, broadcast).
+    const auto universeAndAddress = [supply](const QString &ip) {
+        const SupplyPort port = supply->port(supply->emittingPortIndex());
+        const QString address = supply->type() == DataSupply::SacnAlternate ? QString() : ip;
+        return std::make_pair(quint16(port.number), address);
+    };
+    connect(supply, &DataSupply::signalSendSACNData, this,
+            [this, universeAndAddress](const QString &ip, const QByteArray &data) {
+                const auto [universe, address] = universeAndAddress(ip);
+                m_stream->sendSacn(address, universe, data);
+            });
+    connect(supply, &DataSupply::signalSendArtNetData, this,
+            [this, universeAndAddress](const QString &ip, const QByteArray &data) {
+                const auto [universe, address] = universeAndAddress(ip);
+                m_stream->sendArtNet(address, universe, data);
+            });
 }
 
 void DiscoveryEngine::scanLights(DataSupply *supply)
@@ -620,4 +660,26 @@ void DiscoveryEngine::handleSendPortOut(const QString &ip, quint32 universe, qui
     const QByteArray frame = fullFrame(dmxData);
     m_protocol->sendPortOut(ip.left(Vistra::kAddressTextLimit), 0xFFFFFFFF, port, 0, frame.size(),
                             startCode, reinterpret_cast<const uchar *>(frame.constData()));
+}
+
+void DiscoveryEngine::handleSendBroadcastDmxFrame(quint32 universe, quint16 startCode,
+                                                  quint16 timerVal, const QByteArray &dmxData)
+{
+    Q_UNUSED(universe)
+    Q_UNUSED(startCode)
+    Q_UNUSED(timerVal)
+    const QByteArray frame = fullFrame(dmxData);
+    m_protocol->sendBroadcastDmx(0, 0, reinterpret_cast<const uchar *>(frame.constData()),
+                                 frame.size());
+}
+
+void DiscoveryEngine::handleSendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags,
+                                                 quint16 startCode, const QByteArray &dmxData)
+{
+    Q_UNUSED(universe)
+    Q_UNUSED(flags)
+    // As for unicast port out, the frame goes out whole with flags 0.
+    const QByteArray frame = fullFrame(dmxData);
+    m_protocol->sendBroadcastPortOut(DataSupply::kNoUniverse, port, 0, frame.size(), startCode,
+                                     reinterpret_cast<const uchar *>(frame.constData()));
 }

@@ -16,6 +16,8 @@
 
 #include <memory>
 
+class MapModel;
+class StreamOutput;
 class Vistra;
 
 // Turns protocol replies into model objects: finds supplies, their ports and the lights on
@@ -41,6 +43,16 @@ public:
     ~DiscoveryEngine() override;
 
     Vistra *protocol() const { return m_protocol; }
+    // Sends the frames of sACN and Art-Net ports.
+    StreamOutput *streamOutput() const { return m_stream; }
+
+    // Connects the supply's transport signals so that its frames reach the installation:
+    // DMX out and port out through the lighting protocol (to the supply's address or by
+    // broadcast), sACN and Art-Net through the stream output. Connecting again replaces the
+    // earlier connections; discovered and registered supplies are connected already.
+    void connectOutput(DataSupply *supply);
+    // Connects every supply of the map for live output, now and as supplies are added.
+    void driveMap(MapModel &model);
 
     // Forgets what earlier runs found and broadcasts a discover request.
     void discoverControllers();
@@ -120,6 +132,10 @@ public slots:
                             const QByteArray &dmxData);
     void handleSendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags,
                            quint16 startCode, const QByteArray &dmxData);
+    void handleSendBroadcastDmxFrame(quint32 universe, quint16 startCode, quint16 timerVal,
+                                     const QByteArray &dmxData);
+    void handleSendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags,
+                                    quint16 startCode, const QByteArray &dmxData);
 
 private:
     void connectProtocol();
@@ -134,6 +150,7 @@ private:
     void setDmxOffsetByte(Light &light, bool high, quint8 value);
 
     Vistra *m_protocol = nullptr;
+    StreamOutput *m_stream = nullptr;
     QHash<quint32, QPointer<DataSupply>> m_suppliesByAddress;
     QHash<quint64, QPointer<DataSupply>> m_suppliesByUid;
     QHash<quint64, QPointer<Light>> m_lightsBySerial;

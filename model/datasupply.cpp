@@ -2,6 +2,9 @@
 
 #include "model/modellogging.h"
 
+#include "model/light.h"
+
+#include <QIODevice>
 #include <QStringList>
 
 #include <algorithm>
@@ -55,6 +58,7 @@ void DataSupply::setIpAddress(const QHostAddress &address)
     // 0.0.0.0 is what an unconfigured supply reports: it counts as "no address".
     m_hasAddress = !address.isNull() && address != QHostAddress(QHostAddress::AnyIPv4);
     m_ipText = address.toString().toLatin1().left(kMaxIpTextLength);
+    m_ipString = QString::fromLatin1(m_ipText);
     changed();
 }
 
@@ -105,6 +109,8 @@ void DataSupply::setDeviceProperty(const QString &name, const QString &value)
         return;
     m_properties.insert(name, value);
     emit updatedDataSupplyProperty(m_uid, name, value);
+    if (name == QLatin1String("TINTLOCK_ENABLE"))
+        setUsesLedProfiles(value.toInt() != 0);
 }
 
 bool DataSupply::isAddressProperty(const QString &name)
@@ -151,4 +157,146 @@ void DataSupply::setDMXBufSize(int size)
     m_dmxBufSize = clamped;
     m_dmxBuffer = QByteArray(clamped, '\0');
     changed();
+}
+
+int DataSupply::protocolKind() const
+{
+    switch (m_type) {
+    case Sacn:
+    case SacnAlternate:
+    case AttachedDevice:
+        return 0;
+    default:
+        return m_version;
+    }
+}
+
+void DataSupply::setLightLookup(SupplyFrameTable::LightLookup lookup)
+{
+    m_lookup = std::move(lookup);
+    m_builtEpoch = 0;
+}
+
+void DataSupply::setUsesLedProfiles(bool on)
+{
+    if (on == m_usesLedProfiles)
+        return;
+    m_usesLedProfiles = on;
+    changed();
+}
+
+void DataSupply::setAttachedDevice(QIODevice *device, quint64 deviceId)
+{
+    m_attachedDevice = device;
+    m_attachedDeviceId = deviceId;
+}
+
+bool DataSupply::channelsAssigned() const
+{
+    return m_builtEpoch == LightOutput::layoutEpoch();
+}
+
+void DataSupply::rebuildChannels()
+{
+    m_frames.rebuild(m_lights, m_ports, m_lookup, m_usesLedProfiles);
+    // Assigning channels may itself move the epoch on (a light's channel changed); the table
+    // already reflects that.
+    m_builtEpoch = LightOutput::layoutEpoch();
+}
+
+bool DataSupply::updateLights()
+{
+    if (!channelsAssigned())
+        rebuildChannels();
+    if ((m_type != AttachedDevice && m_lights.isEmpty()) || m_ports.isEmpty())
+        return false;
+    m_frames.clearBuffers();
+    const int portCount = m_frames.portCount();
+    for (const SupplyFrameTable::Slot &slot : m_frames.entries()) {
+        Light *light = slot.light;
+        if (!light || light->lightNumber() > SupplyFrameTable::kHighestLightNumber)
+            continue;
+        if (slot.portIndex >= 0 && slot.portIndex < portCount)
+            light->output().encodeInto(m_frames.buffer(slot.portIndex),
+                                       SupplyFrameTable::kFrameSize, light->channel());
+        light->output().beginFrame();
+    }
+    switch (m_outputMode) {
+    case NetworkOutput:
+        sendNetworkFrames();
+        return true;
+    case DeviceOutput:
+        streamToDevice();
+        return true;
+    default:
+        emit msg(QStringLiteral("updateLights: Unknown DataSupply mode"));
+        return false;
+    }
+}
+
+void DataSupply::sendNetworkFrames()
+{
+    const int portCount = m_frames.portCount();
+    const bool gated = m_held || !m_live;
+    switch (protocolKind()) {
+    case 0:
+        for (int i = 0; i < portCount; ++i) {
+            m_emittingPort = i;
+            if (m_type == AttachedDevice)
+                emit signalSendBufferByUSBPortIndex(m_attachedDeviceId, i, m_frames.usedFrame(i));
+            else if (m_ports.at(i).type == kSacnPort)
+                emit signalSendSACNData(m_ipString, m_frames.usedFrame(i));
+            else if (m_ports.at(i).type == kArtNetPort)
+                emit signalSendArtNetData(m_ipString, m_frames.usedFrame(i));
+        }
+        break;
+    case 1:
+        m_emittingPort = 0;
+        if (m_type == VistraBroadcast) {
+            if (!gated)
+                emit signalSendBroadcastDmxFrame(m_universe, 0, 0, m_frames.frame(0));
+        } else if (m_frames.usedLength(0) != 0 && !gated) {
+            emit signalSendDmxFrame(m_ipString, 0, 0, m_frames.usedFrame(0));
+        }
+        break;
+    case 2:
+    case 3:
+        for (int i = 0; i < portCount; ++i) {
+            m_emittingPort = i;
+            const SupplyPort &port = m_ports.at(i);
+            if (m_type != VistraBroadcast) {
+                if (m_frames.usedLength(i) != 0)
+                    emit signalSendPortOut(m_ipString, kNoUniverse, quint8(port.number),
+                                           quint16((m_portFlagsNibble << 4) | port.flags),
+                                           m_frames.startCode(i), m_frames.usedFrame(i));
+            } else if (!gated) {
+                // The broadcast form leaves the flag nibble out; installations rely on it.
+                emit signalSendBroadcastPortOut(kNoUniverse, quint8(port.number), port.flags,
+                                                m_frames.startCode(i), m_frames.frame(i));
+            }
+        }
+        break;
+    default:
+        break;
+    }
+    m_emittingPort = -1;
+}
+
+void DataSupply::streamToDevice()
+{
+    if (!m_attachedDevice)
+        return;
+    for (const SupplyFrameTable::Slot &slot : m_frames.entries()) {
+        if (!slot.light) {
+            emit msg(QStringLiteral("writeFrame: unknown light in list"));
+            continue;
+        }
+        LightOutput &output = slot.light->output();
+        const VelaColor &color = output.color();
+        const char rgb[3] = {char(color.red16() >> 8), char(color.green16() >> 8),
+                             char(color.blue16() >> 8)};
+        m_attachedDevice->write(rgb, sizeof rgb);
+        output.resetFrameState();
+    }
+    ++m_frameCount;
 }

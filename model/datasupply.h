@@ -1,12 +1,17 @@
 #pragma once
 
+#include "model/supplyframetable.h"
+
 #include <QByteArray>
 #include <QHostAddress>
 #include <QList>
 #include <QMap>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QVector>
+
+class QIODevice;
 
 // One output port of a supply as the installation knows it.
 struct SupplyPort
@@ -33,7 +38,18 @@ public:
         VistraBroadcast = 3,
         Sacn = 6,
         SacnAlternate = 7,
+        // A device attached to this computer rather than reached over the network.
+        AttachedDevice = 8,
     };
+
+    // Where frames go: to the network, or streamed to an attached I/O device.
+    enum OutputMode : int { NetworkOutput = 0, DeviceOutput = 1 };
+    // Port kinds that stream the port's frame instead of sending it as the lighting
+    // protocol's port out; the port's number is the universe it carries.
+    static constexpr int kSacnPort = 6;
+    static constexpr int kArtNetPort = 7;
+    // Port out addresses every port of a supply, not a universe.
+    static constexpr quint32 kNoUniverse = 0xFFFFFFFF;
 
     // The transport keeps a Latin-1 copy of the address text of at most this many characters.
     static constexpr int kMaxIpTextLength = 24;
@@ -104,12 +120,52 @@ public:
     // setIpAddress() is called again). Reports each dropped property with an empty value.
     void forgetAddressData();
 
+    // --- Live output ---
+    // The packet family of the supply's frames: 0 streams each port by its kind (sACN,
+    // Art-Net) or to an attached device, 1 sends one DMX out to the whole supply, 2 and 3
+    // one port out per port. A network supply's kind is its protocol version ("Vistra v1"
+    // to "v3"); the streaming supply types 6 and 7 and attached devices are kind 0.
+    int protocolKind() const;
+    // How the supply finds the lights it lists; the model sets it when it takes the supply.
+    void setLightLookup(SupplyFrameTable::LightLookup lookup);
+    // Held: no whole-supply or broadcast frame goes out. Live: the model drives the lights.
+    bool isHeld() const { return m_held; }
+    void setHeld(bool held) { m_held = held; }
+    bool isLive() const { return m_live; }
+    void setLive(bool live) { m_live = live; }
+    int outputMode() const { return m_outputMode; }
+    void setOutputMode(int mode) { m_outputMode = mode; }
+    // Four bits ORed into the high nibble of the port flags of unicast port out.
+    quint8 portFlagsNibble() const { return m_portFlagsNibble; }
+    void setPortFlagsNibble(quint8 value) { m_portFlagsNibble = value & 0x0F; }
+    quint64 frameCount() const { return m_frameCount; }
+    // Lights are encoded through their LED profile (TINTLOCK_ENABLE set on the supply).
+    bool usesLedProfiles() const { return m_usesLedProfiles; }
+    void setUsesLedProfiles(bool on);
+    // The attached device frames are streamed to in output mode 1, and its id.
+    void setAttachedDevice(QIODevice *device, quint64 deviceId);
+    quint64 attachedDeviceId() const { return m_attachedDeviceId; }
+    void setPortStartCode(int port, quint16 code) { m_frames.setStartCode(port, code); }
+    // False while the light table must be rebuilt before the next frame.
+    bool channelsAssigned() const;
+    const SupplyFrameTable &frameTable() const { return m_frames; }
+    // The index of the port whose frame a transport signal carries, while it is delivered
+    // (-1 otherwise): streaming receivers read the port's universe from it. Transport
+    // connections are therefore direct.
+    int emittingPortIndex() const { return m_emittingPort; }
+
 public slots:
     void addLight(quint64 lightUid);
     void removeLight(quint64 lightUid);
     // Reallocates the supply's DMX buffer (zero-filled); sizes are clamped to
     // 0..kMaxDmxBufferSize.
     void setDMXBufSize(int size);
+    // Writes one frame from the lights' current colours and emits it (see datasupply.cpp).
+    // False when there is nothing to drive or the output mode is unknown.
+    bool updateLights();
+    // Holds and releases whole-supply and broadcast output.
+    void lightsOff() { m_held = true; }
+    void lightsOn() { m_held = false; }
 
 signals:
     void updatedDataSupply(quint64 uid);
@@ -131,9 +187,17 @@ signals:
     void signalSendSACNData(const QString &ip, const QByteArray &data);
     void signalSendArtNetData(const QString &ip, const QByteArray &data);
     void signalSendBufferByUSBPortIndex(quint64 deviceId, int portIndex, const QByteArray &data);
+    void msg(const QString &text);
 
 private:
-    void changed() { emit updatedDataSupply(m_uid); }
+    void changed()
+    {
+        LightOutput::touchLayout();
+        emit updatedDataSupply(m_uid);
+    }
+    void rebuildChannels();
+    void sendNetworkFrames();
+    void streamToDevice();
 
     unsigned int m_type;
     quint64 m_uid = 0xFFFFFFFF;
@@ -154,4 +218,18 @@ private:
     int m_missing = 0;
     QList<quint64> m_lights;
     QMap<QString, QString> m_properties;
+
+    QString m_ipString = QStringLiteral("0.0.0.0");
+    SupplyFrameTable m_frames;
+    SupplyFrameTable::LightLookup m_lookup;
+    quint64 m_builtEpoch = 0;
+    bool m_held = false;
+    bool m_live = true;
+    int m_outputMode = NetworkOutput;
+    quint8 m_portFlagsNibble = 0;
+    quint64 m_frameCount = 0;
+    bool m_usesLedProfiles = false;
+    QPointer<QIODevice> m_attachedDevice;
+    quint64 m_attachedDeviceId = 0;
+    int m_emittingPort = -1;
 };

@@ -2,6 +2,12 @@
 
 Light::Light(QObject *parent) : QObject(parent) {}
 
+// A frame table may hold this light; it must be rebuilt before the next frame.
+Light::~Light()
+{
+    LightOutput::touchLayout();
+}
+
 void Light::setName(const QString &name)
 {
     if (name == m_name)
@@ -109,5 +115,6 @@ void Light::setDeviceProperty(const QString &name, const QString &value)
     if (it != m_properties.end() && it.value() == value)
         return;
     m_properties.insert(name, value);
+    LightOutput::touchLayout();
     emit updatedLightProperty(m_uid, name, value);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/lightoutput.h"
+
 #include <QMap>
 #include <QObject>
 #include <QString>
@@ -11,6 +13,7 @@ class Light final : public QObject
     Q_OBJECT
 public:
     explicit Light(QObject *parent = nullptr);
+    ~Light() override;
 
     quint64 uid() const { return m_uid; }
     void setUid(quint64 uid) { m_uid = uid; }
@@ -63,13 +66,21 @@ public:
     bool hasDeviceProperty(const QString &name) const { return m_properties.contains(name); }
     void setDeviceProperty(const QString &name, const QString &value);
 
+    // What the light shows live and how it writes its channels into its port's frame.
+    LightOutput &output() { return m_output; }
+    const LightOutput &output() const { return m_output; }
+
 signals:
     void updatedLight(quint64 uid);
     void updatedLightPosition(quint64 uid);
     void updatedLightProperty(quint64 uid, const QString &name, const QString &value);
 
 private:
-    void changed() { emit updatedLight(m_uid); }
+    void changed()
+    {
+        LightOutput::touchLayout();
+        emit updatedLight(m_uid);
+    }
 
     quint64 m_uid = 0;
     QString m_name = QStringLiteral("Default Light");
@@ -90,4 +101,5 @@ private:
     int m_tintlockProfileId = 0;
     int m_tintlockIoMode = 0;
     QMap<QString, QString> m_properties;
+    LightOutput m_output;
 };

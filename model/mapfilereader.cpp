@@ -45,6 +45,7 @@ private:
     ParsedMapChild readSupply();
     std::unique_ptr<Light> readLight();
     std::unique_ptr<Group> readGroup();
+    EffectRecord readEffect();
     QVector<SupplyPort> readPorts();
     SupplyPort readPort();
     PropertyList readProperties();
@@ -122,11 +123,26 @@ void MapDocumentReader::readMap()
         } else if (name == QLatin1String("postsync")) {
             child.kind = ParsedMapChild::Kind::PostSync;
             child.text = text();
+        } else if (name == QLatin1String("effect")) {
+            child.kind = ParsedMapChild::Kind::Effect;
+            child.effect = readEffect();
         } else {
             m_xml.skipCurrentElement();
         }
         children.push_back(std::move(child));
     }
+}
+
+EffectRecord MapDocumentReader::readEffect()
+{
+    EffectRecord effect;
+    while (m_xml.readNextStartElement()) {
+        const QString name = m_xml.name().toString();
+        const QString value = text();
+        if (effect.elements.size() < EffectRecord::kMaxElements)
+            effect.elements.append({name, value});
+    }
+    return effect;
 }
 
 ParsedMapChild MapDocumentReader::readSupply()

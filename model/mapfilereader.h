@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/effectrecord.h"
+
 #include <QString>
 
 #include <memory>
@@ -22,6 +24,7 @@ struct ParsedMapChild
         Group,
         ImageFile,
         PostSync,
+        Effect,
         Other,          // "version", unknown elements, comments, ...
     };
 
@@ -31,6 +34,7 @@ struct ParsedMapChild
     std::unique_ptr<Light> light;
     std::unique_ptr<Group> group;
     QString text;
+    EffectRecord effect;
 
     ParsedMapChild();
     ParsedMapChild(ParsedMapChild &&) noexcept;

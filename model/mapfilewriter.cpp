@@ -152,6 +152,12 @@ bool MapDocumentWriter::write()
         writeGroup(*group);
         countItem();
     }
+    for (const EffectRecord &effect : m_model.effects()) {
+        m_xml.writeStartElement(QStringLiteral("effect"));
+        for (const auto &field : effect.elements)
+            element(field.first, field.second);
+        m_xml.writeEndElement();
+    }
 
     if (m_progress.updated)
         m_progress.updated(total);

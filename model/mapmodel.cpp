@@ -72,6 +72,9 @@ bool MapModel::insertDataSupply(std::unique_ptr<DataSupply> supply, Announce ann
     m_dataSupplies.insert(s->uid(), s);
     connect(s, &DataSupply::updatedDataSupply, this, &MapModel::updatedDataSupply);
     connect(s, &DataSupply::updatedLightProperty, this, &MapModel::updatedLightProperty);
+    connect(s, &DataSupply::msg, this, &MapModel::msg);
+    s->setLightLookup([this](quint64 uid) { return m_lights.value(uid); });
+    s->setLive(m_livePlay);
     if (announce == Announce::Yes)
         emit newDataSupply(s->uid());
     return true;
@@ -88,6 +91,8 @@ bool MapModel::insertLight(std::unique_ptr<Light> light, Announce announce)
     Light *l = light.release();
     l->setParent(this);
     m_lights.insert(l->uid(), l);
+    // A supply may list the light already (files list a supply's lights before the lights).
+    LightOutput::touchLayout();
     connect(l, &Light::updatedLight, this, &MapModel::updatedLight);
     connect(l, &Light::updatedLightPosition, this, &MapModel::updatedLightPosition);
     connect(l, &Light::updatedLightProperty, this, &MapModel::updatedLightProperty);
@@ -239,6 +244,7 @@ void MapModel::clear()
     m_groups.reserve(kReservedEntries);
     m_dataSupplies.reserve(kReservedEntries);
     m_imageFile.clear();
+    m_effects.clear();
     m_canvasRect = QRect();
 
     emit progressUpdated(total);
@@ -340,6 +346,9 @@ bool MapModel::applyParsedMap(ParsedMap &parsed)
         case ParsedMapChild::Kind::ImageFile:
             m_imageFile = child.text;
             break;
+        case ParsedMapChild::Kind::Effect:
+            m_effects.append(child.effect);
+            break;
         case ParsedMapChild::Kind::PostSync:
         case ParsedMapChild::Kind::SkippedSupply:
         case ParsedMapChild::Kind::Other:
@@ -398,4 +407,19 @@ bool MapModel::saveToDevice(QIODevice &device)
     progress.updated = [this](int value) { emit progressUpdated(value); };
     progress.textChanged = [this](const QString &text) { emit progressTextChanged(text); };
     return writeMapDocument(*this, device, progress);
+}
+
+void MapModel::setLivePlay(bool on)
+{
+    m_livePlay = on;
+    for (DataSupply *supply : qAsConst(m_dataSupplies))
+        supply->setLive(on);
+}
+
+void MapModel::updateLights()
+{
+    if (!m_livePlay)
+        return;
+    for (DataSupply *supply : qAsConst(m_dataSupplies))
+        supply->updateLights();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/effectrecord.h"
 #include "model/mappropertyformat.h"
 
 #include <QHash>
@@ -61,6 +62,8 @@ public:
 
     QList<DataSupply *> dataSupplies() const { return m_dataSupplies.values(); }
     QList<Light *> lights() const { return m_lights.values(); }
+    // Every light by uid, without copying: what a live frame walks.
+    const QHash<quint64, Light *> &lightHash() const { return m_lights; }
     QList<Group *> groups() const { return m_groups.values(); }
     int dataSupplyCount() const { return m_dataSupplies.size(); }
     int lightCount() const { return m_lights.size(); }
@@ -79,7 +82,14 @@ public:
     // Live play: while off, the supplies' frames are not sent to the installation, so the
     // user can edit the map without the lights following every selection.
     bool livePlay() const { return m_livePlay; }
-    void setLivePlay(bool on) { m_livePlay = on; }
+    void setLivePlay(bool on);
+    // Writes one frame of every supply from its lights' current colours and sends it through
+    // the supplies' transport signals; while live play is off nothing is written or sent.
+    void updateLights();
+
+    // The effects the map file holds, in file order (the effect engine reads and writes them).
+    const QVector<EffectRecord> &effects() const { return m_effects; }
+    void setEffects(const QVector<EffectRecord> &effects) { m_effects = effects; }
 
     // Adds the map file's contents to the model (callers clear it first when replacing).
     bool loadFromFile(const QString &path);
@@ -130,5 +140,6 @@ private:
     QString m_imageFile;
     QRect m_canvasRect;
     bool m_livePlay = true;
+    QVector<EffectRecord> m_effects;
     std::shared_ptr<const MapPropertyFormat> m_propertyFormat;
 };

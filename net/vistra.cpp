@@ -89,30 +89,49 @@ bool Vistra::rdmGet(const QString &ip, quint64 uid, quint16 pid)
 bool Vistra::sendDmx(const QString &ip, quint8 startCode, quint16 timerValue, const uchar *data,
                      int length)
 {
-    if (!parseDottedQuad(ip) || length < 0 || (length > 0 && !data))
-        return false;
-    const bool truncated = length > VistraWire::kDmxMaxLength;
-    if (truncated) {
-        qCDebug(lcNet) << "Truncating: DMX data length exceed 512";
-        length = VistraWire::kDmxMaxLength;
-    }
-    const bool sent =
-        sendToAddress(ip, VistraRequests::dmxOut(startCode, timerValue, data, length));
-    return sent && !truncated;
+    return sendFrame(ip, length, data, [&](int n) {
+        return VistraRequests::dmxOut(startCode, timerValue, data, n);
+    });
 }
 
 bool Vistra::sendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags,
                          int length, quint16 startCode, const uchar *data)
 {
-    if (!parseDottedQuad(ip) || length < 0 || (length > 0 && !data))
+    return sendFrame(ip, length, data, [&](int n) {
+        return VistraRequests::portOut(universe, port, flags, startCode, data, n);
+    });
+}
+
+bool Vistra::sendBroadcastDmx(quint8 startCode, quint16 timerValue, const uchar *data,
+                              int length)
+{
+    return sendFrame(QString(), length, data, [&](int n) {
+        return VistraRequests::dmxOut(startCode, timerValue, data, n);
+    });
+}
+
+bool Vistra::sendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags, int length,
+                                  quint16 startCode, const uchar *data)
+{
+    return sendFrame(QString(), length, data, [&](int n) {
+        return VistraRequests::portOut(universe, port, flags, startCode, data, n);
+    });
+}
+
+bool Vistra::sendFrame(const QString &ip, int length, const uchar *data,
+                       const std::function<QByteArray(int)> &build)
+{
+    const bool broadcast = ip.isNull();
+    if ((!broadcast && !parseDottedQuad(ip)) || length < 0 || (length > 0 && !data))
         return false;
     const bool truncated = length > VistraWire::kDmxMaxLength;
     if (truncated) {
         qCDebug(lcNet) << "Truncating: DMX data length exceed 512";
         length = VistraWire::kDmxMaxLength;
     }
-    const bool sent =
-        sendToAddress(ip, VistraRequests::portOut(universe, port, flags, startCode, data, length));
+    const QByteArray datagram = build(length);
+    const bool sent = broadcast ? m_socket->sendBroadcast(datagram.constData(), datagram.size())
+                                : sendToAddress(ip, datagram);
     return sent && !truncated;
 }
 

@@ -7,6 +7,7 @@
 #include <QVector>
 
 #include <array>
+#include <functional>
 
 class KSocket;
 
@@ -46,6 +47,10 @@ public:
                  int length);
     bool sendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags, int length,
                      quint16 startCode, const uchar *data);
+    // The same frames to the broadcast address, for supplies reached without an address.
+    bool sendBroadcastDmx(quint8 startCode, quint16 timerValue, const uchar *data, int length);
+    bool sendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags, int length,
+                              quint16 startCode, const uchar *data);
     bool sendSync();
 
     // Replaces the socket with a fresh one (new port, nothing pending), e.g. before a read run.
@@ -103,6 +108,10 @@ public slots:
 private:
     void createSocket();
     bool sendToAddress(const QString &ip, const QByteArray &datagram);
+    // Checks and cuts a frame, builds the datagram for its length and sends it to ip, or by
+    // broadcast when ip is null.
+    bool sendFrame(const QString &ip, int length, const uchar *data,
+                   const std::function<QByteArray(int)> &build);
     void emitReply(VistraReplies::DiscoverReply &reply);
     void emitReply(VistraReplies::PortsReply &reply);
     void emitReply(VistraReplies::DeviceVariableReply &reply);

@@ -3,7 +3,10 @@
 #include "ui/grouptreemodel.h"
 #include "ui/maptreeview.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QMenu>
 
 #include <QSet>
 
@@ -26,6 +29,25 @@ GroupView::GroupView(MapModel &model, QWidget *parent)
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &GroupView::updatedSelection);
     connect(m_model, &QAbstractItemModel::modelReset, this, &GroupView::updatedSelection);
+
+    m_highlightAction = new QAction(QStringLiteral("Highlight as Chase"), this);
+    m_highlightAction->setObjectName(QStringLiteral("highlightGroupAction"));
+    m_highlightAction->setToolTip(
+        QStringLiteral("Light the group's members one after the other, in the group's order"));
+    connect(m_highlightAction, &QAction::triggered, this,
+            [this] { emit highlightGroupRequested(m_menuGroup); });
+}
+
+void GroupView::contextMenuEvent(QContextMenuEvent *event)
+{
+    const QModelIndex index = indexAt(event->pos());
+    if (!index.isValid() || m_model->rowKind(index) != GroupTreeModel::RowKind::Group)
+        return;
+    m_menuGroup = m_model->uidAt(index);
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(m_highlightAction);
+    menu->popup(event->globalPos());
 }
 
 QList<quint64> GroupView::selectedGroupUids() const

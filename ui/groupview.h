@@ -3,6 +3,7 @@
 #include <QTreeView>
 
 class GroupTreeModel;
+class QAction;
 class MapModel;
 
 // The "Groups" pane: the map's groups and their member lights. Group names can be edited in
@@ -18,10 +19,19 @@ public:
     QList<quint64> selectedGroupUids() const;
     QList<quint64> selectedLightUids() const;
 
+    // "Highlight as Chase": runs a chase through the group under the context menu.
+    QAction *highlightAction() const { return m_highlightAction; }
+
 signals:
     void setDirty(bool dirty);
     void updatedSelection();
+    void highlightGroupRequested(quint64 uid);
+
+protected:
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
     GroupTreeModel *m_model;
+    QAction *m_highlightAction = nullptr;
+    quint64 m_menuGroup = 0;
 };

@@ -1,4 +1,10 @@
 #include "app/kestrel.h"
+#include "app/liveplayer.h"
+#include "effects/effectengine.h"
+#include "effects/selectioneffect.h"
+#include "model/group.h"
+#include "ui/grouptreemodel.h"
+#include "ui/groupview.h"
 #include "app/scriptedprompts.h"
 #include "app/testsettings.h"
 #include "model/datasupply.h"
@@ -72,6 +78,8 @@ private slots:
     void unfinishedFeaturesSaySo_data();
     void unfinishedFeaturesSaySo();
     void aboutShowsTheVersion();
+    void paneSelectionLightsTheFixtures_data();
+    void paneSelectionLightsTheFixtures();
     void discoveryActionsOpenOneDialogAtATime_data();
     void discoveryActionsOpenOneDialogAtATime();
 
@@ -674,7 +682,7 @@ void tst_Kestrel::unfinishedFeaturesSaySo_data()
     QTest::addColumn<QString>("action");
     for (const char *name : {"printAction", "editPreferencesAction", "addStringAction",
                              "addLightsAction", "addGroupAction", "zoomInAction", "zoomOutAction",
-                             "autoZoomAction", "selectAllLightsAction"})
+                             "autoZoomAction"})
         QTest::newRow(name) << name;
 }
 
@@ -688,6 +696,49 @@ void tst_Kestrel::unfinishedFeaturesSaySo()
     found->trigger();
     QVERIFY(
         m_window->statusBar()->currentMessage().endsWith(QLatin1String("is not available yet.")));
+}
+
+// Selecting in either pane (or Select All Lights) becomes what the selection effect lights.
+void tst_Kestrel::paneSelectionLightsTheFixtures_data()
+{
+    QTest::addColumn<QString>("what");
+    QTest::newRow("a light row") << "light";
+    QTest::newRow("a supply row") << "supply";
+    QTest::newRow("a group row") << "group";
+    QTest::newRow("select all lights") << "all";
+}
+
+void tst_Kestrel::paneSelectionLightsTheFixtures()
+{
+    QFETCH(QString, what);
+    QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
+    MapModel &model = m_window->model();
+    const DataSupply *supply = model.dataSupplies().constFirst();
+    const Group *group = model.groups().constFirst();
+    const quint64 light = supply->lights().constFirst();
+    QList<quint64> expected;
+    if (what == QLatin1String("light")) {
+        m_window->lightView()->setCurrentIndex(
+            m_window->lightView()->lightModel()->indexForLight(light));
+        expected = {light};
+    } else if (what == QLatin1String("supply")) {
+        m_window->lightView()->selectDataSupply(supply->uid());
+        expected = supply->lights();
+    } else if (what == QLatin1String("group")) {
+        m_window->groupView()->setCurrentIndex(
+            m_window->groupView()->groupModel()->indexForGroup(group->uid()));
+        expected = group->children();
+    } else {
+        m_window->ui().selectAllLightsAction->trigger();
+        expected = model.lightHash().keys();
+    }
+    SelectionEffect &selection = m_window->livePlayer().selection();
+    QList<quint64> selected = selection.selectedLights();
+    std::sort(selected.begin(), selected.end());
+    std::sort(expected.begin(), expected.end());
+    QCOMPARE(selected, expected);
+    m_window->livePlayer().engine().renderFrame(QDateTime::currentDateTime());
+    QCOMPARE(model.light(expected.constFirst())->output().color(), VelaColor(Qt::red));
 }
 
 void tst_Kestrel::aboutShowsTheVersion()

@@ -1,5 +1,11 @@
 #include "clicommand.h"
 
+#include "devices/definitionpropertyformat.h"
+#include "devices/deviceresources.h"
+#include "model/mapmodel.h"
+
+#include <QFileInfo>
+
 #include <cstdio>
 
 QTextStream &out()
@@ -30,3 +36,24 @@ int parseCommandLine(QCommandLineParser &parser, const QStringList &arguments,
     }
     return -1;
 }
+
+// Loads a map, collecting the model's messages. Reports failure with those messages on
+// standard error.
+bool loadMapFile(MapModel &model, const QString &path, QStringList &messages)
+{
+    // Device properties are read and written as the device definitions describe them.
+    DeviceResources::registerResources();
+    model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
+    QObject::connect(&model, &MapModel::msg, [&messages](const QString &m) { messages << m; });
+    if (!QFileInfo::exists(path)) {
+        err() << "orrery-cli: no such file: " << path << Qt::endl;
+        return false;
+    }
+    if (model.loadFromFile(path))
+        return true;
+    for (const QString &m : qAsConst(messages))
+        err() << m << "\n";
+    err() << "orrery-cli: failed to load map: " << path << Qt::endl;
+    return false;
+}
+

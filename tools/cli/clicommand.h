@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QTextStream>
 
+class MapModel;
+
 // Exit statuses shared by every command.
 enum ExitStatus : int {
     ExitOk = 0,
@@ -19,3 +21,7 @@ QTextStream &err();
 // exit with, or -1 when the command should go on.
 int parseCommandLine(QCommandLineParser &parser, const QStringList &arguments,
                      const QString &usage);
+
+// Loads a map as every command reads maps (device properties as the definitions describe
+// them), collecting the model's messages; on failure prints them and the reason to stderr.
+bool loadMapFile(MapModel &model, const QString &path, QStringList &messages);

@@ -1,6 +1,7 @@
 #include "clicommand.h"
 #include "devicescommand.h"
 #include "discovercommand.h"
+#include "highlightcommand.h"
 #include "mapcommand.h"
 #include "net/dottedquad.h"
 #include "net/ksocket.h"
@@ -23,6 +24,7 @@ const Command kCommands[] = {
     {"discover", "find the supplies on the network and their ports", runDiscoverCommand},
     {"scan", "discover, then find the lights on every port", runDiscoverCommand},
     {"read", "scan, then read every light's stored data", runDiscoverCommand},
+    {"highlight", "light chosen lights, supplies or groups of a map live", runHighlightCommand},
     {"devices", "list device definitions; which one a serial belongs to", runDevicesCommand},
 };
 

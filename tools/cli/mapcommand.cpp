@@ -1,12 +1,9 @@
 #include "mapcommand.h"
 
 #include "clicommand.h"
-#include "devices/definitionpropertyformat.h"
-#include "devices/deviceresources.h"
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
-#include <QFileInfo>
 #include <QJsonDocument>
 
 namespace {
@@ -18,26 +15,6 @@ const QString kUsage = QStringLiteral(
     "  info     load a map and print its counts and the loader's messages;\n"
     "           --json prints the whole map as one JSON document\n"
     "  resave   load a map and write it again in the current format");
-
-// Loads a map, collecting the model's messages. Reports failure with those messages on
-// standard error.
-bool loadMap(MapModel &model, const QString &path, QStringList &messages)
-{
-    // Device properties are read and written as the device definitions describe them.
-    DeviceResources::registerResources();
-    model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
-    QObject::connect(&model, &MapModel::msg, [&messages](const QString &m) { messages << m; });
-    if (!QFileInfo::exists(path)) {
-        err() << "orrery-cli: no such file: " << path << Qt::endl;
-        return false;
-    }
-    if (model.loadFromFile(path))
-        return true;
-    for (const QString &m : qAsConst(messages))
-        err() << m << "\n";
-    err() << "orrery-cli: failed to load map: " << path << Qt::endl;
-    return false;
-}
 
 int runInfo(const QStringList &arguments)
 {
@@ -55,7 +32,7 @@ int runInfo(const QStringList &arguments)
 
     MapModel model;
     QStringList messages;
-    if (!loadMap(model, parser.positionalArguments().constFirst(), messages))
+    if (!loadMapFile(model, parser.positionalArguments().constFirst(), messages))
         return ExitFailure;
 
     if (parser.isSet(json)) {
@@ -88,7 +65,7 @@ int runResave(const QStringList &arguments)
 
     MapModel model;
     QStringList messages;
-    if (!loadMap(model, files.at(0), messages))
+    if (!loadMapFile(model, files.at(0), messages))
         return ExitFailure;
     if (!model.saveToFile(files.at(1))) {
         err() << "orrery-cli: unable to save file " << files.at(1) << Qt::endl;

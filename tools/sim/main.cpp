@@ -179,11 +179,7 @@ void watchTraffic(Simulator &simulator)
 std::unique_ptr<QScrollArea> openView(const SimInstallation &installation,
                                       const Simulator &simulator)
 {
-    auto area = std::make_unique<QScrollArea>();
-    auto *view = new SimView(installation, simulator.output());
-    area->setWidget(view);
-    area->setWindowTitle(view->windowTitle());
-    area->resize(view->sizeHint() + QSize(4, 4));
+    std::unique_ptr<QScrollArea> area(SimView::createWindow(installation, simulator.output()));
     area->show();
     return area;
 }

@@ -5,6 +5,7 @@
 #include <QFontMetrics>
 #include <QHelpEvent>
 #include <QPainter>
+#include <QScrollArea>
 #include <QToolTip>
 
 namespace {
@@ -16,6 +17,18 @@ const QColor kCaption(0xD8, 0xDA, 0xDE);
 const QColor kSubCaption(0x9A, 0x9E, 0xA6);
 
 } // namespace
+
+QScrollArea *SimView::createWindow(const SimInstallation &installation, const SimOutput *output,
+                                  QWidget *parent)
+{
+    auto *area = new QScrollArea(parent);
+    area->setWindowFlag(Qt::Window);
+    auto *view = new SimView(installation, output);
+    area->setWidget(view);
+    area->setWindowTitle(view->windowTitle());
+    area->resize(view->sizeHint() + QSize(4, 4));
+    return area;
+}
 
 SimView::SimView(const SimInstallation &installation, const SimOutput *output, QWidget *parent)
     : QWidget(parent), m_installation(installation), m_output(output)

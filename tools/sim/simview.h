@@ -6,6 +6,7 @@
 #include <QVector>
 #include <QWidget>
 
+class QScrollArea;
 class SimOutput;
 
 // The live view of a simulated installation: every light a square in the colour last sent
@@ -24,6 +25,11 @@ public:
 
     SimView(const SimInstallation &installation, const SimOutput *output,
             QWidget *parent = nullptr);
+
+    // A window that scrolls a view of the installation, sized to show it whole where the
+    // screen allows.
+    static QScrollArea *createWindow(const SimInstallation &installation,
+                                     const SimOutput *output, QWidget *parent = nullptr);
 
     QSize sizeHint() const override;
     // Where a light is drawn, for tests and tooltips; an empty rectangle for unknown lights.

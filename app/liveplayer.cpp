@@ -1,0 +1,89 @@
+#include "app/liveplayer.h"
+
+#include "discovery/discoveryengine.h"
+#include "effects/effectengine.h"
+#include "effects/selectioneffect.h"
+#include "model/datasupply.h"
+#include "model/group.h"
+#include "model/mapmodel.h"
+#include "ui/groupview.h"
+#include "ui/lightview.h"
+
+#include <QSet>
+
+namespace {
+
+int intervalFor(int framesPerSecond)
+{
+    return 1000 / std::max(1, framesPerSecond);
+}
+
+} // namespace
+
+LivePlayer::LivePlayer(MapModel &model, DiscoveryEngine &transport, int framesPerSecond,
+                       QObject *parent)
+    : QObject(parent), m_model(model), m_selection(new SelectionEffect(&model, this)),
+      m_engine(new EffectEngine(&model, {}, intervalFor(framesPerSecond), this))
+{
+    m_engine->addEffect(m_selection);
+    transport.driveMap(model);
+}
+
+LivePlayer::~LivePlayer() = default;
+
+void LivePlayer::setFrameRate(int framesPerSecond)
+{
+    m_engine->setInterval(intervalFor(framesPerSecond));
+}
+
+void LivePlayer::setPaused(bool paused)
+{
+    m_engine->pause(paused);
+}
+
+void LivePlayer::highlightGroup(quint64 uid)
+{
+    m_selection->clearSelection();
+    m_selection->highlightGroup(uid);
+}
+
+void LivePlayer::readFromMap()
+{
+    m_selection->readFromMap(m_model);
+}
+
+void LivePlayer::writeToMap()
+{
+    m_selection->writeToMap(m_model);
+}
+
+void LivePlayer::follow(LightView *lightView, GroupView *groupView)
+{
+    connect(lightView, &LightView::updatedSelection, this, [this, lightView] {
+        QList<quint64> lights = lightView->selectedLightUids();
+        for (const quint64 uid : lightView->selectedDataSupplyUids())
+            if (const DataSupply *supply = m_model.dataSupply(uid))
+                lights += supply->lights();
+        selectOnly(lights);
+    });
+    connect(groupView, &GroupView::updatedSelection, this, [this, groupView] {
+        QList<quint64> lights = groupView->selectedLightUids();
+        for (const quint64 uid : groupView->selectedGroupUids())
+            if (const Group *group = m_model.group(uid))
+                lights += group->children();
+        selectOnly(lights);
+    });
+    connect(groupView, &GroupView::highlightGroupRequested, this, &LivePlayer::highlightGroup);
+}
+
+void LivePlayer::selectOnly(const QList<quint64> &lightUids)
+{
+    const QSet<quint64> wanted(lightUids.cbegin(), lightUids.cend());
+    m_selection->stopHighlight();
+    for (const quint64 uid : m_selection->selectedLights())
+        if (!wanted.contains(uid))
+            m_selection->setLightSelected(uid, false);
+    for (const quint64 uid : wanted)
+        if (!m_selection->isSelected(uid))
+            m_selection->setLightSelected(uid, true);
+}

@@ -1,0 +1,3 @@
+#include "effects/effectslogging.h"
+
+Q_LOGGING_CATEGORY(lcEffects, "orrery.effects")

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "colour/channelencoding.h"
+#include "colour/velacolor.h"
+
+#include <QtGlobal>
+
+#include <array>
+
+// How one light's channels are laid out in its port's DMX frame: how many colour channels,
+// at 8 or 16 bits, whether the block is sent twice (fixtures that take two identical
+// channel blocks), and an output code for fixtures with a special last channel.
+struct LightChannelFormat
+{
+    // Output codes 251 and 252 mark fixtures whose last channel is a control channel that
+    // must stay at zero; 254 marks doubled fixtures that repeat their third channel instead
+    // of the whole block.
+    static constexpr int kZeroLastChannel = 251;
+    static constexpr int kZeroLastChannelAlternate = 252;
+    static constexpr int kRepeatThirdChannel = 254;
+
+    ChannelLayout layout;      // chemistry, channel count, bytes per channel, curve
+    bool doubled = false;
+    int outputCode = 0;
+    bool outputEnabled = true;
+    // Identifies the layout in the process-wide encoding cache; equal formats, equal keys.
+    quint64 cacheKey = 0;
+
+    int channelCount() const { return layout.channels; }
+    int bytesPerChannel() const { return layout.bytesPerChannel; }
+    // Bytes the light occupies in its frame.
+    int footprint() const;
+};
+
+// What a light shows live and how it writes that into its port's DMX frame.
+//
+// Effects hand the light colour contributions with a priority each frame: the first
+// contribution of a frame replaces the colour, later ones of a higher priority replace it
+// too, equal priorities average, lower ones are ignored. The frame writer then encodes the
+// colour into the port buffer. Encoding is cached twice: per light (the last colour and the
+// bytes it gave) and process-wide (colour and format to bytes), so an unchanged or repeated
+// colour costs one copy.
+class LightOutput final
+{
+public:
+    static constexpr int kMaxEncodedBytes = 16;
+
+    const VelaColor &color() const { return m_color; }
+    int priority() const { return m_priority; }
+    int contributions() const { return m_contributions; }
+    bool isFreshFrame() const { return m_freshFrame; }
+
+    void applyContribution(const VelaColor &color, int priority);
+    // Starts the next frame: the next contribution replaces the colour whatever its priority.
+    void beginFrame() { m_freshFrame = true; }
+    // Forgets the frame's contributions altogether (streaming to an attached device).
+    void resetFrameState();
+
+    const LightChannelFormat &format() const { return m_format; }
+    void setFormat(const LightChannelFormat &format);
+
+    // Writes the light's bytes at firstChannel of a buffer of bufferSize bytes. Nothing is
+    // written while output is disabled or when the bytes would run past the buffer's end.
+    void encodeInto(uchar *buffer, int bufferSize, int firstChannel);
+
+    // Encodings the process-wide cache holds, and how many encodings were computed rather
+    // than copied from a cache, for benchmarks and tests.
+    static int sharedCacheSize();
+    static quint64 encodeCount();
+
+    // Frame tables depend on lights' ports, numbers and properties and on supplies' ports.
+    // Anything that changes one of them moves this counter on; a supply whose table was
+    // built at another count rebuilds it before its next frame.
+    static quint64 layoutEpoch();
+    static void touchLayout();
+
+private:
+    int encodeFresh(std::array<uchar, kMaxEncodedBytes> &bytes) const;
+
+    VelaColor m_color{Qt::black};
+    int m_priority = 0;
+    int m_contributions = 0;
+    bool m_freshFrame = true;
+
+    LightChannelFormat m_format;
+    bool m_haveEncoded = false;
+    VelaColor m_lastEncoded;
+    std::array<uchar, kMaxEncodedBytes> m_encoded{};
+    quint8 m_encodedLength = 0;
+};
