@@ -30,11 +30,15 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Taviren"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("taviren.example"));
     QCoreApplication::setApplicationName(QStringLiteral("Orrery"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ORRERY_VERSION));
+    // The installed desktop entry's name, so desktops tie the window to its menu entry and icon.
+    QGuiApplication::setDesktopFileName(QStringLiteral("example.taviren.orrery"));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Commissioning tool for networked LED lighting."));
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("map"), QStringLiteral("Map file to open."),
                                  QStringLiteral("[map]"));
     NetworkOptions::addTo(parser);

@@ -37,6 +37,7 @@ void printUsage(QTextStream &stream)
               "  --broadcast ADDRESS  send the protocol's broadcasts to ADDRESS (for example the\n"
               "                       directed broadcast of the installation's network) instead\n"
               "                       of eth0's broadcast address or 255.255.255.255\n";
+    stream << "  --version            print the version and exit\n";
     stream << "\n'orrery-cli COMMAND --help' describes a command." << Qt::endl;
 }
 
@@ -89,6 +90,10 @@ int main(int argc, char *argv[])
     const QString name = arguments.value(1);
     if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
         printUsage(out());
+        return ExitOk;
+    }
+    if (name == QLatin1String("--version")) {
+        out() << "orrery-cli " ORRERY_VERSION << Qt::endl;
         return ExitOk;
     }
     for (const Command &c : kCommands) {

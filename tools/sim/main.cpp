@@ -56,6 +56,7 @@ void addOptions(QCommandLineParser &parser)
                        "lighting protocol on UDP port 6038 of loopback addresses (127.0.1.x) "
                        "or of the addresses in a configuration file."));
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addOptions({
         {QStringLiteral("config"), QStringLiteral("Installation to simulate (JSON)."),
          QStringLiteral("file")},
@@ -236,6 +237,7 @@ int main(int argc, char *argv[])
     else
         app = std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orrery-sim"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ORRERY_VERSION));
 
     QCommandLineParser parser;
     addOptions(parser);
@@ -245,6 +247,10 @@ int main(int argc, char *argv[])
     }
     if (parser.isSet(QStringLiteral("help"))) {
         out() << parser.helpText();
+        return ExitOk;
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        out() << "orrery-sim " << QCoreApplication::applicationVersion() << Qt::endl;
         return ExitOk;
     }
     const auto options = readOptions(parser);
