@@ -102,7 +102,10 @@ int runHighlightCommand(const QStringList &arguments)
                                       QStringLiteral("MS"));
     parser.addOptions({light, supply, group, all, fg, bg, fps, duration});
     parser.addPositionalArgument(QStringLiteral("MAP"), QStringLiteral("Map file."));
-    if (int status = parseCommandLine(parser, arguments, kUsage); status >= 0)
+    // arguments: "orrery-cli highlight ..."; the parser wants the program name first.
+    QStringList rest = arguments.mid(2);
+    rest.prepend(QStringLiteral("orrery-cli highlight"));
+    if (int status = parseCommandLine(parser, rest, kUsage); status >= 0)
         return status;
     if (parser.positionalArguments().size() != 1) {
         err() << "orrery-cli: highlight takes one MAP\n" << kUsage << Qt::endl;

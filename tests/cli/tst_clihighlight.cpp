@@ -1,0 +1,116 @@
+#include "sim/simoutput.h"
+#include "sim/simulator.h"
+#include "support/netnamespace.h"
+#include "support/programrun.h"
+#include "support/simmap.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+const QString kExample = QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map");
+const QString kCli = QStringLiteral(ORRERY_BINARY_DIR "/tools/cli/orrery-cli");
+
+} // namespace
+
+// `orrery-cli highlight` as a user runs it: refusals before any output, then the lights of
+// a simulated installation lit through the same road as the window's.
+class tst_CliHighlight : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void refusals_data();
+    void refusals();
+    void lightsTheChosenSupplyOfASimulatedInstallation();
+};
+
+void tst_CliHighlight::initTestCase()
+{
+    const QString reason = NetNamespace::enterOwn();
+    if (!reason.isEmpty())
+        QSKIP(qPrintable(reason));
+}
+
+void tst_CliHighlight::refusals_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("message");
+
+    const QString broken = QStringLiteral(ORRERY_SOURCE_DIR "/README.md");
+    QTest::newRow("unknown light") << QStringList{kExample, "--light", "DEADBEEF"} << 2
+                                   << "the map holds no light with uid DEADBEEF";
+    QTest::newRow("not a uid") << QStringList{kExample, "--group", "zz"} << 2
+                               << "not a hexadecimal uid: zz";
+    QTest::newRow("fps 0") << QStringList{kExample, "--fps", "0"} << 2
+                           << "--fps takes a whole number from 1 to 100";
+    QTest::newRow("fps 101") << QStringList{kExample, "--fps", "101"} << 2
+                             << "--fps takes a whole number from 1 to 100";
+    QTest::newRow("negative duration") << QStringList{kExample, "--for", "-5"} << 2
+                                       << "--for takes a number of milliseconds";
+    QTest::newRow("unknown colour") << QStringList{kExample, "--fg", "ultraviolet"} << 2
+                                    << "--fg takes a colour name";
+    QTest::newRow("two maps") << QStringList{kExample, kExample} << 2 << "takes one MAP";
+    QTest::newRow("missing map") << QStringList{"/nonexistent/x.map"} << 1 << "no such file";
+    QTest::newRow("not a map") << QStringList{broken} << 1 << "failed to load map";
+}
+
+void tst_CliHighlight::refusals()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QString, message);
+    const ProgramRun run = cli(QStringList{"highlight", "--for", "0"} + arguments);
+    QCOMPARE(run.status, status);
+    QVERIFY2(run.err.contains(message.toUtf8()), run.err.constData());
+    QVERIFY(!run.out.contains("Highlighting"));
+}
+
+void tst_CliHighlight::lightsTheChosenSupplyOfASimulatedInstallation()
+{
+    const SimInstallation installation = SimInstallation::builtIn();
+    Simulator simulator(installation);
+    QString error;
+    QVERIFY2(simulator.start(&error), qPrintable(error));
+    MapModel model;
+    fillFromSimulation(model, installation);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("sim.map"));
+    QVERIFY(model.saveToFile(path));
+    // The second supply: every port of it lit, nothing else.
+    const int chosen = 1;
+    const DataSupply *supply = nullptr;
+    for (const DataSupply *s : model.dataSupplies())
+        if (s->ipAddress() == installation.supplies.at(chosen).address)
+            supply = s;
+    QVERIFY(supply);
+
+    QProcess process;
+    process.start(kCli, {"highlight", path, "--supply", QString::number(supply->uid(), 16),
+                         "--fg", "#00ff80", "--fps", "20", "--for", "600"});
+    QVERIFY(process.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(process.state() == QProcess::NotRunning, 10000);
+    QCOMPARE(process.exitCode(), 0);
+    QVERIFY(process.readAllStandardOutput().contains("Highlighting"));
+
+    for (int s = 0; s < installation.supplies.size(); ++s) {
+        for (const SimPort &port : installation.supplies.at(s).ports) {
+            const SimOutput::Record record = simulator.output()->lastFrame(
+                s, installation.supplies.at(s).version == 1 ? 0 : port.number);
+            // 20 frames a second for 0.6 s, give or take the start.
+            QVERIFY2(record.count >= 8 && record.count <= 14,
+                     qPrintable(QString::number(record.count)));
+            const QByteArray channels = simulator.output()->channels(s, port.number);
+            for (const SimLight &light : port.lights)
+                QCOMPARE(channels.mid(light.dmxOffset(), 3).toHex(),
+                         QByteArray(s == chosen ? "00ff80" : "000000"));
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(tst_CliHighlight)
+#include "tst_clihighlight.moc"
