@@ -458,12 +458,6 @@ VelaColor VelaColor::mixed(const VelaColor &other, double weight) const
     return result;
 }
 
-bool VelaColor::operator==(const VelaColor &other) const
-{
-    return m_spec == other.m_spec && m_alpha == other.m_alpha && m_count == other.m_count &&
-           m_values == other.m_values && m_luminance == other.m_luminance && m_x == other.m_x &&
-           m_y == other.m_y;
-}
 
 uint qHash(const VelaColor &c, uint seed)
 {

@@ -107,7 +107,13 @@ public:
     // the other side. This is how a light averages the contributions of several effects.
     VelaColor mixed(const VelaColor &other, double weight) const;
 
-    bool operator==(const VelaColor &other) const;
+    // Inline: live output compares every light's colour with its last one every frame.
+    bool operator==(const VelaColor &other) const
+    {
+        return m_spec == other.m_spec && m_alpha == other.m_alpha && m_count == other.m_count &&
+               m_values == other.m_values && m_luminance == other.m_luminance &&
+               m_x == other.m_x && m_y == other.m_y;
+    }
     bool operator!=(const VelaColor &other) const { return !(*this == other); }
 
 private:

@@ -10,6 +10,9 @@
 #include <QHostAddress>
 #include <QThread>
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 // The protocol asks supplies to reply to this address; supplies answer by broadcast when
@@ -45,8 +48,10 @@ int protocolKind(const DataSupply &supply)
 // A 512-byte frame from whatever the supply built: cut or zero-padded.
 QByteArray fullFrame(const QByteArray &data)
 {
-    QByteArray frame = data.left(512);
-    frame.append(QByteArray(512 - frame.size(), '\0'));
+    if (data.size() == 512)
+        return data;
+    QByteArray frame(512, '\0');
+    std::memcpy(frame.data(), data.constData(), size_t(std::min(data.size(), 512)));
     return frame;
 }
 

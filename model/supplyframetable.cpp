@@ -5,6 +5,7 @@
 #include "model/light.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 namespace {
@@ -97,13 +98,17 @@ void SupplyFrameTable::rebuild(const QList<quint64> &lightUids, const QVector<Su
 
 void SupplyFrameTable::clearBuffers()
 {
-    for (QByteArray &buffer : m_buffers)
-        buffer.fill('\0');
+    // Growing back from a used length keeps the allocation when nobody shares the buffer.
+    for (QByteArray &buffer : m_buffers) {
+        buffer.resize(kFrameSize);
+        std::memset(buffer.data(), 0, kFrameSize);
+    }
 }
 
-QByteArray SupplyFrameTable::usedFrame(int port) const
+const QByteArray &SupplyFrameTable::usedFrame(int port)
 {
-    return QByteArray(m_buffers.at(port).constData(), m_usedLengths.at(port));
+    m_buffers[port].resize(m_usedLengths.at(port));
+    return m_buffers.at(port);
 }
 
 void SupplyFrameTable::setStartCode(int port, quint16 code)

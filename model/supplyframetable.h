@@ -43,11 +43,14 @@ public:
                  const LightLookup &lookup, bool useLedProfiles);
     const QVector<Slot> &entries() const { return m_slots; }
 
+    // Zeroes every port's 512 bytes for the next frame.
     void clearBuffers();
     uchar *buffer(int port) { return reinterpret_cast<uchar *>(m_buffers[port].data()); }
+    // The port's whole frame, or cut to its used length. A frame handed on this way is
+    // shared, not copied; a receiver that keeps it keeps its own copy once the next frame is
+    // written (copy on write).
     const QByteArray &frame(int port) const { return m_buffers.at(port); }
-    // The port's frame cut to its used length, or whole.
-    QByteArray usedFrame(int port) const;
+    const QByteArray &usedFrame(int port);
     int usedLength(int port) const { return m_usedLengths.value(port); }
     quint16 startCode(int port) const { return m_startCodes.value(port); }
     void setStartCode(int port, quint16 code);
