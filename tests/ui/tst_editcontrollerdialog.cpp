@@ -9,9 +9,12 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QSpinBox>
+#include <QTableWidget>
 #include <QtTest>
 
 #include <memory>
+
+Q_DECLARE_METATYPE(SupplyPort)
 
 namespace {
 
@@ -80,6 +83,9 @@ private slots:
     void changedAddressForgetsWhatWasLearntThere();
     void rejectChangesNothing();
     void supplyGoneBeforeAccept();
+    void portOutputs_data();
+    void portOutputs();
+    void portRowsFollowThePortCount();
 
 private:
     std::unique_ptr<TestSettings> m_settings;
@@ -309,6 +315,73 @@ void tst_EditControllerDialog::supplyGoneBeforeAccept()
     dialog.okButton()->click();
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QCOMPARE(dirty.count(), 0);
+}
+
+void tst_EditControllerDialog::portOutputs_data()
+{
+    QTest::addColumn<int>("port"); // one-based, as the table shows it
+    QTest::addColumn<QString>("output");
+    QTest::addColumn<int>("number");
+    QTest::addColumn<SupplyPort>("stored");
+
+    // Port 1 was discovered as kind 1 with flags 0x4, port 2 carries sACN universe 2.
+    QTest::newRow("sACN universe 7 on port 2") << 2 << "sACN" << 7 << SupplyPort{7, 6, 0};
+    QTest::newRow("Art-Net 300 on port 1, flags kept")
+        << 1 << "Art-Net" << 300 << SupplyPort{300, 7, 0x4};
+    QTest::newRow("Vistra keeps the discovered kind")
+        << 1 << "Vistra" << 3 << SupplyPort{3, 1, 0x4};
+    QTest::newRow("Vistra after sACN: kind unknown") << 2 << "Vistra" << 5 << SupplyPort{5, 0, 0};
+    QTest::newRow("sACN universe 0 becomes 1") << 1 << "sACN" << 0 << SupplyPort{1, 6, 0x4};
+    QTest::newRow("Art-Net 32768 becomes 32767")
+        << 1 << "Art-Net" << 32768 << SupplyPort{32767, 7, 0x4};
+}
+
+void tst_EditControllerDialog::portOutputs()
+{
+    QFETCH(int, port);
+    QFETCH(QString, output);
+    QFETCH(int, number);
+    QFETCH(SupplyPort, stored);
+
+    auto supply = exampleSupply();
+    supply->setPort(0, {1, 1, 0x4});
+    supply->setPort(1, {2, 6, 0});
+    const QVector<SupplyPort> before = supply->ports();
+    EditControllerDialog dialog(kGroup, supply.get());
+    QCOMPARE(dialog.portTable()->rowCount(), 2);
+    QCOMPARE(dialog.portOutputComboBox(0)->currentText(), QStringLiteral("Vistra"));
+    QCOMPARE(dialog.portNumberSpinBox(0)->value(), 1);
+    QCOMPARE(dialog.portOutputComboBox(1)->currentText(), QStringLiteral("sACN"));
+    QCOMPARE(dialog.portNumberSpinBox(1)->value(), 2);
+
+    dialog.portOutputComboBox(port - 1)->setCurrentText(output);
+    dialog.portNumberSpinBox(port - 1)->setValue(number);
+    dialog.okButton()->click();
+
+    QCOMPARE(supply->port(port - 1), stored);
+    QCOMPARE(supply->port(2 - port), before.at(2 - port));
+}
+
+// Rows come and go with "Num Ports:"; a port that comes back shows what the supply stores.
+void tst_EditControllerDialog::portRowsFollowThePortCount()
+{
+    auto supply = exampleSupply();
+    supply->setPort(1, {9, 6, 0});
+    EditControllerDialog dialog(kGroup, supply.get());
+    dialog.portNumberSpinBox(1)->setValue(12);
+    dialog.numPortsSpinBox()->setValue(1);
+    QCOMPARE(dialog.portTable()->rowCount(), 1);
+    dialog.numPortsSpinBox()->setValue(4);
+    QCOMPARE(dialog.portTable()->rowCount(), 4);
+    QCOMPARE(dialog.portTable()->item(3, 0)->text(), QStringLiteral("4"));
+    QCOMPARE(dialog.portNumberSpinBox(1)->value(), 9);
+    QCOMPARE(dialog.portOutputComboBox(3)->currentText(), QStringLiteral("Vistra"));
+    dialog.portOutputComboBox(3)->setCurrentText(QStringLiteral("Art-Net"));
+    dialog.portNumberSpinBox(3)->setValue(32767);
+    dialog.okButton()->click();
+
+    QCOMPARE(supply->ports(),
+             (QVector<SupplyPort>{{0, 0, 0}, {9, 6, 0}, {0, 0, 0}, {32767, 7, 0}}));
 }
 
 QTEST_MAIN(tst_EditControllerDialog)
