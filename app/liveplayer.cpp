@@ -6,10 +6,12 @@
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/mapmodel.h"
+#include "net/streamoutput.h"
 #include "ui/groupview.h"
 #include "ui/lightview.h"
 
 #include <QSet>
+#include <QSettings>
 
 namespace {
 
@@ -26,6 +28,9 @@ LivePlayer::LivePlayer(MapModel &model, DiscoveryEngine &transport, int framesPe
       m_engine(new EffectEngine(&model, {}, intervalFor(framesPerSecond), this))
 {
     m_engine->addEffect(m_selection);
+    // sACN receivers tell sources apart by their CID: ours stays the same from run to run.
+    QSettings settings;
+    transport.streamOutput()->setCid(StreamOutput::persistentCid(settings));
     transport.driveMap(model);
 }
 

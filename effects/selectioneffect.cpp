@@ -104,6 +104,7 @@ void SelectionEffect::markSelected(quint64 uid, bool selected)
     if (it == m_selected.end())
         return;
     *it = selected;
+    setFrameFlag(uid, selected);
     emit lightSelectionChanged(uid, selected);
 }
 
@@ -153,6 +154,7 @@ void SelectionEffect::setAll(bool selected)
         if (it.value() == selected)
             continue;
         it.value() = selected;
+        setFrameFlag(it.key(), selected);
         emit lightSelectionChanged(it.key(), selected);
     }
 }
@@ -176,11 +178,36 @@ void SelectionEffect::computeFrame()
             if (m_selected.contains(uid))
                 markSelected(uid, true);
     }
+    if (m_frameListStale || m_frameListEpoch != LightOutput::layoutEpoch())
+        rebuildFrameList();
+    for (const FrameEntry &entry : qAsConst(m_frameList))
+        entry.output->applyContribution(entry.selected ? m_fgColor : m_bgColor, priority);
+}
+
+void SelectionEffect::setFrameFlag(quint64 uid, bool selected)
+{
+    if (m_frameListStale)
+        return;
+    const auto it = m_frameIndex.constFind(uid);
+    if (it != m_frameIndex.cend())
+        m_frameList[*it].selected = selected;
+    else
+        m_frameListStale = true;
+}
+
+void SelectionEffect::rebuildFrameList()
+{
     const QHash<quint64, Light *> &lights = model()->lightHash();
-    for (auto it = lights.cbegin(); it != lights.cend(); ++it) {
-        const bool selected = m_selected.value(it.key());
-        it.value()->output().applyContribution(selected ? m_fgColor : m_bgColor, priority);
+    m_frameList.resize(lights.size());
+    m_frameIndex.clear();
+    m_frameIndex.reserve(lights.size());
+    int i = 0;
+    for (auto it = lights.cbegin(); it != lights.cend(); ++it, ++i) {
+        m_frameList[i] = FrameEntry{&it.value()->output(), m_selected.value(it.key())};
+        m_frameIndex.insert(it.key(), i);
     }
+    m_frameListStale = false;
+    m_frameListEpoch = LightOutput::layoutEpoch();
 }
 
 void SelectionEffect::writeParameters(EffectRecord &record) const

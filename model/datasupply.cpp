@@ -211,15 +211,13 @@ bool DataSupply::updateLights()
     if ((m_type != AttachedDevice && m_lights.isEmpty()) || m_ports.isEmpty())
         return false;
     m_frames.clearBuffers();
-    const int portCount = m_frames.portCount();
     for (const SupplyFrameTable::Slot &slot : m_frames.entries()) {
-        Light *light = slot.light;
-        if (!light || light->lightNumber() > SupplyFrameTable::kHighestLightNumber)
+        if (!slot.output || !slot.driven)
             continue;
-        if (slot.portIndex >= 0 && slot.portIndex < portCount)
-            light->output().encodeInto(m_frames.buffer(slot.portIndex),
-                                       SupplyFrameTable::kFrameSize, light->channel());
-        light->output().beginFrame();
+        if (slot.portIndex >= 0)
+            slot.output->encodeInto(m_frames.buffer(slot.portIndex),
+                                    SupplyFrameTable::kFrameSize, slot.channel);
+        slot.output->beginFrame();
     }
     switch (m_outputMode) {
     case NetworkOutput:

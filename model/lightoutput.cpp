@@ -55,7 +55,7 @@ void LightOutput::applyContribution(const VelaColor &color, int priority)
 {
     if (m_freshFrame) {
         m_freshFrame = false;
-        m_color = color;
+        setColor(color);
         m_contributions = 1;
     } else if (m_priority > priority) {
         return;
@@ -63,10 +63,10 @@ void LightOutput::applyContribution(const VelaColor &color, int priority)
         const int n = m_contributions;
         m_contributions = n + 1;
         // Weight 1/2 for the second contribution, 1/3 for the third...: a running average.
-        m_color = m_color.mixed(color, 1.0 - double(n) / double(n + 1));
+        setColor(m_color.mixed(color, 1.0 - double(n) / double(n + 1)));
     } else {
         // A higher priority takes over, but the count of the frame's contributions goes on.
-        m_color = color;
+        setColor(color);
     }
     m_priority = priority;
 }
@@ -76,7 +76,7 @@ void LightOutput::resetFrameState()
     m_freshFrame = true;
     m_contributions = 1;
     m_priority = 0;
-    m_color = VelaColor(Qt::black);
+    setColor(VelaColor(Qt::black));
 }
 
 void LightOutput::setFormat(const LightChannelFormat &format)
@@ -84,21 +84,22 @@ void LightOutput::setFormat(const LightChannelFormat &format)
     if (format.cacheKey == m_format.cacheKey && format.outputEnabled == m_format.outputEnabled)
         return;
     m_format = format;
+    m_footprint = format.footprint();
+    m_outputEnabled = format.outputEnabled;
     m_haveEncoded = false;
 }
 
 void LightOutput::encodeInto(uchar *buffer, int bufferSize, int firstChannel)
 {
-    if (!m_format.outputEnabled)
+    if (!m_outputEnabled)
         return;
-    const int footprint = m_format.footprint();
-    if (firstChannel < 0 || firstChannel + footprint > bufferSize)
+    if (firstChannel < 0 || firstChannel + m_footprint > bufferSize)
         return;
-    if (m_haveEncoded && m_color == m_lastEncoded) {
+    if (m_haveEncoded && !m_colorChanged) {
         std::memcpy(buffer + firstChannel, m_encoded.data(), m_encodedLength);
         return;
     }
-    m_lastEncoded = m_color;
+    m_colorChanged = false;
     m_haveEncoded = true;
     QHash<EncodingKey, EncodedBytes> &cache = sharedCache();
     const EncodingKey key{m_color, m_format.cacheKey};

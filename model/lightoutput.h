@@ -58,6 +58,8 @@ public:
 
     const LightChannelFormat &format() const { return m_format; }
     void setFormat(const LightChannelFormat &format);
+    // Bytes the light occupies in its frame (the format's footprint).
+    int footprint() const { return m_footprint; }
 
     // Writes the light's bytes at firstChannel of a buffer of bufferSize bytes. Nothing is
     // written while output is disabled or when the bytes would run past the buffer's end.
@@ -76,15 +78,26 @@ public:
 
 private:
     int encodeFresh(std::array<uchar, kMaxEncodedBytes> &bytes) const;
+    void setColor(const VelaColor &color)
+    {
+        if (color == m_color)
+            return;
+        m_color = color;
+        m_colorChanged = true;
+    }
 
+    // What every frame touches comes first: 15,000 lights a frame are walked twice.
     VelaColor m_color{Qt::black};
     int m_priority = 0;
     int m_contributions = 0;
     bool m_freshFrame = true;
+    // The colour differs from the one the cached bytes were encoded from.
+    bool m_colorChanged = true;
+    bool m_haveEncoded = false;
+    bool m_outputEnabled = true;
+    quint8 m_encodedLength = 0;
+    int m_footprint = 3;
+    std::array<uchar, kMaxEncodedBytes> m_encoded{};
 
     LightChannelFormat m_format;
-    bool m_haveEncoded = false;
-    VelaColor m_lastEncoded;
-    std::array<uchar, kMaxEncodedBytes> m_encoded{};
-    quint8 m_encodedLength = 0;
 };

@@ -92,7 +92,8 @@ void SupplyFrameTable::rebuild(const QList<quint64> &lightUids, const QVector<Su
                                                                       : -1;
         if (portIndex >= 0 && channel >= 0 && channel + footprint <= kFrameSize)
             m_usedLengths[portIndex] = std::max(m_usedLengths[portIndex], channel + footprint);
-        m_slots.append(Slot{light, portIndex});
+        const bool driven = light->lightNumber() <= kHighestLightNumber;
+        m_slots.append(Slot{light, &light->output(), portIndex, channel, driven});
     }
 }
 

@@ -31,7 +31,11 @@ public:
     struct Slot
     {
         Light *light = nullptr; // null where the supply lists a light the map does not hold
+        LightOutput *output = nullptr;
         int portIndex = -1;
+        int channel = 0;
+        // Not past the highest light number a chain carries.
+        bool driven = false;
     };
 
     using LightLookup = std::function<Light *(quint64 uid)>;

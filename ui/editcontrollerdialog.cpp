@@ -32,8 +32,8 @@ const QString kSizeKey = QStringLiteral("/size");
 enum PortOutput { VistraOutput, SacnOutput, ArtNetOutput };
 
 // Port kinds in the map file ("pt") that stream instead of speaking the supply's protocol.
-constexpr int kSacnPortType = 6;
-constexpr int kArtNetPortType = 7;
+constexpr int kSacnPortType = DataSupply::kSacnPort;
+constexpr int kArtNetPortType = DataSupply::kArtNetPort;
 
 // Rows the port table shows before it scrolls.
 constexpr int kVisiblePortRows = 4;

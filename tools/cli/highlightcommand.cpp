@@ -7,6 +7,7 @@
 #include "effects/selectioneffect.h"
 #include "model/datasupply.h"
 #include "model/mapmodel.h"
+#include "net/streamoutput.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -112,7 +113,8 @@ int runHighlightCommand(const QStringList &arguments)
         return ExitUsage;
     }
 
-    int framesPerSecond = QSettings().value(QStringLiteral("/frame_rate"), kDefaultFps).toInt();
+    QSettings settings;
+    int framesPerSecond = settings.value(QStringLiteral("/frame_rate"), kDefaultFps).toInt();
     if (framesPerSecond < kMinFps || framesPerSecond > kMaxFps)
         framesPerSecond = kDefaultFps;
     if (parser.isSet(fps)) {
@@ -163,6 +165,7 @@ int runHighlightCommand(const QStringList &arguments)
     // The same road as the window's live play: the selection effect in the effect engine,
     // every supply's frames through the discovery engine's transport.
     DiscoveryEngine transport;
+    transport.streamOutput()->setCid(StreamOutput::persistentCid(settings));
     transport.driveMap(model);
     SelectionEffect selection(&model);
     selection.readFromMap(model);
