@@ -10,6 +10,7 @@
 
 #include <memory>
 
+class CommLibrary;
 class DeviceView;
 class GroupView;
 class LightView;
@@ -46,6 +47,7 @@ public:
     // The "Lights/Interfaces" pane's tabs: the light view, then the device view.
     QTabWidget *lightTabs() const { return m_lightTabs; }
     DiscoveryEngine &discoveryEngine() const { return *m_engine; }
+    CommLibrary &commLibrary() const { return *m_comm; }
     // The discovery wizard or dialog open now (one at a time: they share the engine), or null.
     QDialog *discoveryDialog() const { return m_discoveryDialog; }
     // How long the discovery wizards listen for answers; tests shorten it.
@@ -129,6 +131,7 @@ private:
     QTabWidget *m_lightTabs = nullptr;
     QTimer *m_nodeCountTimer = nullptr;
     DiscoveryEngine *m_engine = nullptr;
+    CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;
     int m_discoveryListenMs = 2000;
     KestrelSettings m_settings;
