@@ -14,6 +14,7 @@
 #include "devices/devicedictionary.h"
 #include "discovery/definitionreadplan.h"
 #include "discovery/discoveryengine.h"
+#include "net/commlibrary.h"
 #include "ui/discoverinterfaceswizard.h"
 #include "ui/discoverlightswizard.h"
 #include "ui/grouptreemodel.h"
@@ -71,6 +72,8 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_engine = new DiscoveryEngine(this);
     // Reads bring in what each light's definition says its memory holds.
     m_engine->setReadPlan(std::make_shared<DefinitionReadPlan>(*DeviceDictionary::instance()));
+    // Keeps show controllers paused while we drive the lights.
+    m_comm = new CommLibrary(QStringLiteral("Orrery"), this);
 
     // Node count changes come by the thousand during a load; show the count once per burst.
     m_nodeCountTimer = new QTimer(this);

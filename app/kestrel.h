@@ -11,6 +11,7 @@
 #include <memory>
 
 class DemoGuide;
+class CommLibrary;
 class DeviceView;
 class Simulator;
 class LivePlayer;
@@ -54,6 +55,7 @@ public:
     DemoGuide *demoGuide() const { return m_demoGuide; }
     // Shows a new user what to try with the simulated installation running in the program.
     void startDemonstration(const Simulator &simulator);
+    CommLibrary &commLibrary() const { return *m_comm; }
     // The discovery wizard or dialog open now (one at a time: they share the engine), or null.
     QDialog *discoveryDialog() const { return m_discoveryDialog; }
     // How long the discovery wizards listen for answers; tests shorten it.
@@ -139,6 +141,7 @@ private:
     DiscoveryEngine *m_engine = nullptr;
     LivePlayer *m_livePlayer = nullptr;
     DemoGuide *m_demoGuide = nullptr;
+    CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;
     int m_discoveryListenMs = 2000;
     KestrelSettings m_settings;

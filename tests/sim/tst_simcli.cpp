@@ -1,6 +1,9 @@
 #include "support/netnamespace.h"
 #include "simrequests.h"
 
+#include "net/commlibrary.h"
+#include "net/ksocket.h"
+
 #include <QHostAddress>
 #include <QNetworkDatagram>
 #include <QProcess>
@@ -20,6 +23,7 @@ private slots:
     void badArguments();
     void runsAndAnswers_data();
     void runsAndAnswers();
+    void controllerReportsPauses();
 };
 
 namespace {
@@ -106,6 +110,8 @@ void tst_SimCli::badArguments_data()
                                        << "--seed needs a whole number";
     QTest::newRow("screenshot without view")
         << QStringList{"--screenshot", "a.png"} << QByteArray() << 2 << "needs --view";
+    QTest::newRow("controller missing")
+        << QStringList{"--no-installation"} << QByteArray() << 2 << "needs --controller";
     QTest::newRow("unknown option")
         << QStringList{"--frobnicate"} << QByteArray() << 2 << "frobnicate";
 }
@@ -161,6 +167,37 @@ void tst_SimCli::runsAndAnswers()
     while (client.hasPendingDatagrams() && client.receiveDatagram().isValid())
         ++received;
     QCOMPARE(received, replies);
+}
+
+// What a new user sees: the program registers with the simulated controller, and each pause
+// shows as "paused by Orrery at HH:MM:SS".
+void tst_SimCli::controllerReportsPauses()
+{
+    const QString reason = NetNamespace::enterOwn();
+    if (!reason.isEmpty())
+        QSKIP(qPrintable(reason));
+    QProcess process;
+    process.start(program(), {QStringLiteral("--controller"), QStringLiteral("--no-installation"),
+                              QStringLiteral("--run-for"), QStringLiteral("3000")});
+    QVERIFY(process.waitForReadyRead(10000)); // the start-up line: sockets are bound
+    QVERIFY(process.readLine().contains("waiting for announcements on UDP 6775"));
+
+    KSocket::setLoopbackOnly(true);
+    const auto restore = qScopeGuard([] { KSocket::setLoopbackOnly(false); });
+    CommLibrary comm(QStringLiteral("Orrery"));
+    QTRY_COMPARE(comm.peerHosts(), QStringList{"127.0.0.1"});
+    comm.handlePauseControllers();
+    const QRegularExpression paused(QStringLiteral("^paused by Orrery at \\d\\d:\\d\\d:\\d\\d$"),
+                                    QRegularExpression::MultilineOption);
+    QString out;
+    QTRY_VERIFY2((out += QString::fromUtf8(process.readAllStandardOutput())).contains(paused),
+                 qPrintable(out));
+    QVERIFY(process.waitForFinished(10000));
+    QCOMPARE(process.exitCode(), 0);
+    out += QString::fromUtf8(process.readAllStandardOutput());
+    QVERIFY2(out.contains(QStringLiteral(
+                 "controller: 1 announcements, 1 registrations, 1 pauses, 0 rejected")),
+             qPrintable(out));
 }
 
 QTEST_GUILESS_MAIN(tst_SimCli)

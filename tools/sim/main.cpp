@@ -1,9 +1,11 @@
 // orrery-sim: a simulated installation on the local machine. Each simulated supply answers
 // the lighting protocol from its own loopback address (or the addresses a configuration
 // gives), so the program can discover, scan, read and drive lights without any hardware.
+// With --controller it also plays a show controller that the program keeps paused.
 
 #include "simview.h"
 
+#include "sim/simcontroller.h"
 #include "sim/siminstallation.h"
 #include "sim/simlogging.h"
 #include "sim/simoutput.h"
@@ -44,6 +46,8 @@ struct Options
     bool list = false;
     bool printConfig = false;
     bool verbose = false;
+    bool controller = false;
+    bool installation = true;
     QString screenshot;
     int screenshotDelayMs = 1000;
     int runForMs = 0;
@@ -75,6 +79,12 @@ void addOptions(QCommandLineParser &parser)
         {QStringLiteral("seed"), QStringLiteral("Seed of the fault decisions."),
          QStringLiteral("n")},
         {QStringLiteral("verbose"), QStringLiteral("Log every request and reply.")},
+        {QStringLiteral("controller"),
+         QStringLiteral("Also play a show controller on 127.0.0.1: it answers the program's "
+                        "announcement (UDP 6775) and reports each pause it is sent.")},
+        {QStringLiteral("no-installation"),
+         QStringLiteral("With --controller: play the controller only (e.g. beside "
+                        "orrery --demo, which simulates the installation itself).")},
         {QStringLiteral("screenshot"),
          QStringLiteral("With --view: save the window to a PNG file and exit."),
          QStringLiteral("file")},
@@ -138,6 +148,8 @@ std::optional<Options> readOptions(const QCommandLineParser &parser)
     options.list = parser.isSet(QStringLiteral("list"));
     options.printConfig = parser.isSet(QStringLiteral("print-config"));
     options.verbose = parser.isSet(QStringLiteral("verbose"));
+    options.controller = parser.isSet(QStringLiteral("controller"));
+    options.installation = !parser.isSet(QStringLiteral("no-installation"));
     options.screenshot = parser.value(QStringLiteral("screenshot"));
     qint64 delay = options.screenshotDelayMs;
     qint64 runFor = 0;
@@ -148,6 +160,10 @@ std::optional<Options> readOptions(const QCommandLineParser &parser)
     options.runForMs = static_cast<int>(runFor);
     if (!options.screenshot.isEmpty() && !options.view) {
         err() << "orrery-sim: --screenshot needs --view" << Qt::endl;
+        return std::nullopt;
+    }
+    if (!options.installation && (!options.controller || options.view)) {
+        err() << "orrery-sim: --no-installation needs --controller and shows no view" << Qt::endl;
         return std::nullopt;
     }
     return options;
@@ -185,21 +201,54 @@ std::unique_ptr<QScrollArea> openView(const SimInstallation &installation,
     return area;
 }
 
+// Every pause shows as "paused by NAME at HH:MM:SS" on standard output and in the window's
+// title.
+void watchController(SimController &controller, QWidget *window)
+{
+    const QString title = window ? window->windowTitle() : QString();
+    QObject::connect(&controller, &SimController::registered, &controller, [](const QString &name) {
+        out() << "controller: registered " << name << Qt::endl;
+    });
+    QObject::connect(&controller, &SimController::paused, &controller,
+                     [window, title](const QString &text) {
+                         out() << text << Qt::endl;
+                         if (window)
+                             window->setWindowTitle(title + QStringLiteral(" - ") + text);
+                     });
+    QObject::connect(&controller, &SimController::faultFound, &controller, [](const QString &what) {
+        out() << "controller: rejected a message: " << what << Qt::endl;
+    });
+}
+
 int run(QCoreApplication &app, const Options &options, const SimInstallation &installation)
 {
-    Simulator simulator(installation);
     QString error;
-    if (!simulator.start(&error)) {
-        err() << "orrery-sim: " << error << Qt::endl;
-        return ExitFailed;
+    std::unique_ptr<Simulator> simulator;
+    if (options.installation) {
+        simulator = std::make_unique<Simulator>(installation);
+        if (!simulator->start(&error)) {
+            err() << "orrery-sim: " << error << Qt::endl;
+            return ExitFailed;
+        }
+        out() << "orrery-sim: " << installation.supplies.size() << " supplies, "
+              << installation.lightCount() << " lights, port 6038" << Qt::endl;
+        if (options.verbose)
+            watchTraffic(*simulator);
     }
-    out() << "orrery-sim: " << installation.supplies.size() << " supplies, "
-          << installation.lightCount() << " lights, port 6038" << Qt::endl;
-    if (options.verbose)
-        watchTraffic(simulator);
     std::unique_ptr<QScrollArea> window;
     if (options.view)
-        window = openView(installation, simulator);
+        window = openView(installation, *simulator);
+    std::unique_ptr<SimController> controller;
+    if (options.controller) {
+        controller = std::make_unique<SimController>();
+        if (!controller->start(&error)) {
+            err() << "orrery-sim: " << error << Qt::endl;
+            return ExitFailed;
+        }
+        out() << "orrery-sim: show controller on 127.0.0.1 TCP port " << controller->tcpPort()
+              << ", waiting for announcements on UDP 6775" << Qt::endl;
+        watchController(*controller, window.get());
+    }
     if (window && !options.screenshot.isEmpty()) {
         QTimer::singleShot(options.screenshotDelayMs, &app, [&] {
             const bool saved = window->grab().save(options.screenshot, "PNG");
@@ -211,9 +260,17 @@ int run(QCoreApplication &app, const Options &options, const SimInstallation &in
     if (options.runForMs > 0)
         QTimer::singleShot(options.runForMs, &app, [&app] { app.exit(ExitOk); });
     const int status = app.exec();
-    const SimStats &stats = simulator.stats();
-    out() << "orrery-sim: " << stats.requests << " requests, " << stats.replies << " replies, "
-          << stats.frames << " frames, " << stats.dropped << " dropped" << Qt::endl;
+    if (simulator) {
+        const SimStats &stats = simulator->stats();
+        out() << "orrery-sim: " << stats.requests << " requests, " << stats.replies << " replies, "
+              << stats.frames << " frames, " << stats.dropped << " dropped" << Qt::endl;
+    }
+    if (controller) {
+        const SimControllerStats &stats = controller->stats();
+        out() << "orrery-sim: controller: " << stats.announcements << " announcements, "
+              << stats.registrations << " registrations, " << stats.pauses << " pauses, "
+              << stats.faults << " rejected" << Qt::endl;
+    }
     return status;
 }
 

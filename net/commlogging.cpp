@@ -1,0 +1,3 @@
+#include "net/commlogging.h"
+
+Q_LOGGING_CATEGORY(lcComm, "orrery.comm")
