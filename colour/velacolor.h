@@ -7,6 +7,7 @@
 #include <Qt>
 
 #include <array>
+#include <cstring>
 #include <optional>
 
 // The colour of a light, in one of three forms:
@@ -110,9 +111,15 @@ public:
     // Inline: live output compares every light's colour with its last one every frame.
     bool operator==(const VelaColor &other) const
     {
-        return m_spec == other.m_spec && m_alpha == other.m_alpha && m_count == other.m_count &&
-               m_values == other.m_values && m_luminance == other.m_luminance &&
-               m_x == other.m_x && m_y == other.m_y;
+        if (m_spec != other.m_spec || m_alpha != other.m_alpha || m_count != other.m_count ||
+            m_luminance != other.m_luminance || m_x != other.m_x || m_y != other.m_y)
+            return false;
+        // The channel array as four 64-bit words: no library call on the hot path.
+        static_assert(sizeof(m_values) == 4 * sizeof(quint64), "four words of channels");
+        quint64 a[4], b[4];
+        std::memcpy(a, m_values.data(), sizeof a);
+        std::memcpy(b, other.m_values.data(), sizeof b);
+        return a[0] == b[0] && a[1] == b[1] && a[2] == b[2] && a[3] == b[3];
     }
     bool operator!=(const VelaColor &other) const { return !(*this == other); }
 
