@@ -167,6 +167,10 @@ int DataSupply::protocolKind() const
     case AttachedDevice:
         return 0;
     default:
+        // A network supply whose ports were set to stream (sACN, Art-Net) streams them all.
+        for (const SupplyPort &port : m_ports)
+            if (port.type == kSacnPort || port.type == kArtNetPort)
+                return 0;
         return m_version;
     }
 }

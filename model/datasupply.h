@@ -124,7 +124,9 @@ public:
     // The packet family of the supply's frames: 0 streams each port by its kind (sACN,
     // Art-Net) or to an attached device, 1 sends one DMX out to the whole supply, 2 and 3
     // one port out per port. A network supply's kind is its protocol version ("Vistra v1"
-    // to "v3"); the streaming supply types 6 and 7 and attached devices are kind 0.
+    // to "v3"); the streaming supply types 6 and 7, attached devices and supplies with a
+    // port set to sACN or Art-Net are kind 0 (a supply speaks one family: its other ports
+    // then send nothing).
     int protocolKind() const;
     // How the supply finds the lights it lists; the model sets it when it takes the supply.
     void setLightLookup(SupplyFrameTable::LightLookup lookup);

@@ -1,7 +1,13 @@
 // Pictures of the main window and its dialogs for people to look at, written to the folder
 // named by ORRERY_SCREENSHOT_DIR; skipped when that is not set. Run for instance with
 //   ORRERY_SCREENSHOT_DIR=/tmp/shots QT_QPA_PLATFORM=offscreen build/tests/app/tst_screenshots
+#include "app/demoguide.h"
 #include "app/kestrel.h"
+#include "app/liveplayer.h"
+#include "effects/effectengine.h"
+#include "sim/simoutput.h"
+#include "sim/simulator.h"
+#include "support/simmap.h"
 #include "app/scriptedprompts.h"
 #include "app/splashscreen.h"
 #include "app/testsettings.h"
@@ -38,6 +44,8 @@ private slots:
     void aboutBox();
     void splash();
     void iconSheet();
+    void demonstrationFirstWindow();
+    void simulatedInstallationWithSelection();
 
 private:
     void save(const QImage &image, const QString &name);
@@ -202,3 +210,41 @@ void tst_Screenshots::iconSheet()
 
 QTEST_MAIN(tst_Screenshots)
 #include "tst_screenshots.moc"
+
+void tst_Screenshots::demonstrationFirstWindow()
+{
+    Simulator simulator(SimInstallation::builtIn());
+    QString error;
+    QVERIFY2(simulator.start(&error), qPrintable(error));
+    Kestrel window(std::make_unique<ScriptedPrompts>());
+    window.resize(1280, 800);
+    window.show();
+    window.startDemonstration(simulator);
+    QCoreApplication::processEvents();
+    save(window.grab().toImage(), QStringLiteral("demo-first-window.png"));
+}
+
+// The demonstration after discovery: one supply selected in the light pane, its lights red in
+// the simulated installation's window.
+void tst_Screenshots::simulatedInstallationWithSelection()
+{
+    const SimInstallation installation = SimInstallation::builtIn();
+    Simulator simulator(installation);
+    QString error;
+    QVERIFY2(simulator.start(&error), qPrintable(error));
+    Kestrel window(std::make_unique<ScriptedPrompts>());
+    window.resize(1280, 800);
+    window.show();
+    window.startDemonstration(simulator);
+    fillFromSimulation(window.model(), installation);
+    QCoreApplication::processEvents();
+    const quint64 second = window.model().dataSupplies().constFirst()->uid();
+    window.lightView()->selectDataSupply(second);
+    window.livePlayer().engine().renderFrame(QDateTime::currentDateTime());
+    QTRY_VERIFY(simulator.output()->totalFrames() > 0);
+    window.demoGuide()->showInstallation();
+    QWidget *simWindow = window.demoGuide()->installationWindow();
+    QTest::qWait(300); // the view coalesces repaints
+    save(simWindow->grab().toImage(), QStringLiteral("simulated-installation.png"));
+    save(window.grab().toImage(), QStringLiteral("demo-with-selection.png"));
+}

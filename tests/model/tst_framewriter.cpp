@@ -112,6 +112,8 @@ void tst_FrameWriter::dispatch_data()
     QTest::newRow("streaming supply: sACN and Art-Net ports by kind")
         << 6u << 2 << QVector<int>{6, 7, 1} << false << true
         << QStringList{"sacn:0:0:" + red3, "artnet:1:0:" + blue3};
+    QTest::newRow("Vistra supply with a port set to stream: streams")
+        << 2u << 2 << QVector<int>{1, 7} << false << true << QStringList{"artnet:1:0:" + blue3};
 }
 
 void tst_FrameWriter::dispatch()
