@@ -1,6 +1,8 @@
 #include "app/demoguide.h"
 
 #include "app/kestrel.h"
+#include "app/layoutpane.h"
+#include "ui/layoutview.h"
 #include "sim/simulator.h"
 #include "simview.h"
 
@@ -22,14 +24,9 @@ DemoGuide::DemoGuide(Kestrel &window, const Simulator &simulator)
     menu->addAction(m_showAction);
 
     const SimInstallation &installation = simulator.installation();
-    if (auto *placeholder = qobject_cast<QLabel *>(window.ui().m_layoutPlaceholder)) {
-        placeholder->setText(
-            kWelcome.arg(installation.supplies.size()).arg(installation.lightCount()));
-        placeholder->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-        placeholder->setWordWrap(true);
-        placeholder->setMargin(16);
-        placeholder->setEnabled(true);
-    }
+    // Over the empty canvas, until the first lights arrive.
+    window.layoutPane().view()->setEmptyHint(
+        kWelcome.arg(installation.supplies.size()).arg(installation.lightCount()));
     window.statusBar()->showMessage(QStringLiteral(
         "Demonstration running: start with Light View \u25B8 Discover Interfaces..."));
 }

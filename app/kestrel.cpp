@@ -2,7 +2,10 @@
 
 #include "app/aboutversion.h"
 #include "app/demoguide.h"
+#include "app/layoutpane.h"
 #include "app/liveplayer.h"
+#include "model/undomanager.h"
+#include "ui/layoutview.h"
 #include "app/windowstate.h"
 #include "devices/definitionpropertyformat.h"
 #include "devices/deviceresources.h"
@@ -90,6 +93,11 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_livePlayer = new LivePlayer(*m_model, *m_engine, m_settings.frameRate, this);
     m_livePlayer->follow(m_lightView, m_groupView);
     connect(this, &Kestrel::liveUpdatesPaused, m_livePlayer, &LivePlayer::setPaused);
+    m_layoutPane = new LayoutPane(*m_model, *m_livePlayer, m_ui, m_settings, *m_prompts, this);
+    connect(m_layoutPane, &LayoutPane::setDirty, this, &Kestrel::setDirty);
+    connect(m_layoutPane, &LayoutPane::statusMsg, this, &Kestrel::statusMsg);
+    connect(m_layoutPane->view(), &LayoutView::lightDoubleClicked, this,
+            &Kestrel::handleCanvasDoubleClick);
 
     connectActions();
     connectModel();
@@ -171,6 +179,15 @@ void Kestrel::connectActions()
             &Kestrel::handleRecentMapSelected);
     connect(m_ui.m_livePlayIndicator, &QToolButton::clicked, m_ui.livePlayAction,
             &QAction::trigger);
+    connect(m_ui.showGridAction, &QAction::toggled, this, [this](bool on) {
+        m_settings.showGrid = on;
+        writeSettings();
+    });
+    // The supply chosen in the light pane is outlined on the canvas.
+    connect(m_lightView, &LightView::updatedSelection, this, [this] {
+        const QList<quint64> supplies = m_lightView->selectedDataSupplyUids();
+        m_layoutPane->view()->setHighlightedSupply(supplies.isEmpty() ? 0 : supplies.first());
+    });
 }
 
 void Kestrel::connectModel()
@@ -230,6 +247,7 @@ void Kestrel::handleNewMapAction()
         return;
     m_model->clear();
     m_currentMapPath.clear();
+    m_layoutPane->mapReplaced(QString());
     m_dirty = false;
     updateTitle();
 }
@@ -289,6 +307,9 @@ bool Kestrel::loadMap(const QString &path)
         removeRecentMap(absolutePath);
     }
     m_model->setLivePlay(m_livePlay);
+    const QString imageProblem = m_layoutPane->mapReplaced(loaded ? absolutePath : QString());
+    if (!imageProblem.isEmpty())
+        emit statusMsg(imageProblem, kStatusTimeoutMs);
     m_dirty = false;
     updateTitle();
     return loaded;
@@ -335,6 +356,7 @@ bool Kestrel::saveMap(bool askForPath)
     m_settings.mapPath = QFileInfo(path).absolutePath();
     writeSettings();
     m_livePlayer->writeToMap();
+    m_model->setImageFile(m_layoutPane->imageFileFor(path));
     if (!m_model->saveToFile(path)) {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Save Failed"),
                            QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
@@ -411,12 +433,12 @@ void Kestrel::handleExitAction()
 
 void Kestrel::handleUndoAction()
 {
-    notAvailableYet(QStringLiteral("Undo"));
+    m_layoutPane->undoManager()->undo();
 }
 
 void Kestrel::handleRedoAction()
 {
-    notAvailableYet(QStringLiteral("Redo"));
+    m_layoutPane->undoManager()->redo();
 }
 
 void Kestrel::handleEditPreferencesAction()
@@ -492,23 +514,33 @@ void Kestrel::handleAddGroupAction()
 
 void Kestrel::handleZoomInAction()
 {
-    notAvailableYet(QStringLiteral("Zooming the layout canvas"));
+    m_layoutPane->view()->zoomIn();
 }
 
 void Kestrel::handleZoomOutAction()
 {
-    notAvailableYet(QStringLiteral("Zooming the layout canvas"));
+    m_layoutPane->view()->zoomOut();
 }
 
 void Kestrel::handleAutoZoomAction()
 {
-    notAvailableYet(QStringLiteral("Zooming the layout canvas"));
+    m_layoutPane->view()->zoomToFit();
 }
 
 void Kestrel::handleSelectAllLightsAction()
 {
-    // Selecting every row of the light pane lights every light.
-    m_lightView->selectAll();
+    m_layoutPane->view()->selectAll();
+}
+
+void Kestrel::handleCanvasDoubleClick(quint64 lightUid)
+{
+    // What a double-click on the light's row does: edit its name there.
+    const QModelIndex row = m_lightView->lightModel()->indexForLight(lightUid);
+    if (!row.isValid())
+        return;
+    m_lightView->scrollTo(row);
+    m_lightView->setCurrentIndex(row);
+    m_lightView->edit(row);
 }
 
 void Kestrel::handleAddInterfaceAction()
@@ -542,6 +574,7 @@ bool Kestrel::editDataSupply(quint64 uid)
 
 void Kestrel::handleSnapToGridToggled(bool on)
 {
+    m_layoutPane->view()->setSnapToGrid(on);
     m_settings.snapGrid = on;
     m_ui.snapToGridAction->setChecked(on);
     writeSettings();
@@ -606,12 +639,12 @@ void Kestrel::handleAddBackgroundImageAction()
         QStringLiteral("Image Files (*.png *.jpg *.bmp *.gif)"));
     if (path.isEmpty())
         return;
-    m_model->setImageFile(path);
+    // The map names the image even when it cannot be shown now (a drive not mounted).
+    if (!m_layoutPane->setBackgroundImage(path))
+        emit statusMsg(QStringLiteral("Background image not found: %1").arg(path),
+                       kStatusTimeoutMs);
+    m_model->setImageFile(m_layoutPane->imageFileFor(m_currentMapPath));
     setDirty(true);
-    emit statusMsg(QStringLiteral("Background image set to %1. The layout canvas that shows it "
-                                  "is not available yet.")
-                       .arg(path),
-                   kStatusTimeoutMs);
 }
 
 void Kestrel::handleAboutAction()

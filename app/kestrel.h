@@ -14,6 +14,7 @@ class DemoGuide;
 class CommLibrary;
 class DeviceView;
 class Simulator;
+class LayoutPane;
 class LivePlayer;
 class GroupView;
 class LightView;
@@ -51,6 +52,7 @@ public:
     QTabWidget *lightTabs() const { return m_lightTabs; }
     DiscoveryEngine &discoveryEngine() const { return *m_engine; }
     LivePlayer &livePlayer() const { return *m_livePlayer; }
+    LayoutPane &layoutPane() const { return *m_layoutPane; }
     // The demonstration's guide once startDemonstration() ran, else null.
     DemoGuide *demoGuide() const { return m_demoGuide; }
     // Shows a new user what to try with the simulated installation running in the program.
@@ -97,6 +99,7 @@ public slots:
     void handleAboutAction();
     void handleRecentMapSelected(QAction *action);
     void handlePropertiesCompiled();
+    void handleCanvasDoubleClick(quint64 lightUid);
 
 signals:
     void statusMsg(const QString &text, int timeoutMs);
@@ -140,6 +143,7 @@ private:
     QTimer *m_nodeCountTimer = nullptr;
     DiscoveryEngine *m_engine = nullptr;
     LivePlayer *m_livePlayer = nullptr;
+    LayoutPane *m_layoutPane = nullptr;
     DemoGuide *m_demoGuide = nullptr;
     CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;

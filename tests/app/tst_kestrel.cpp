@@ -681,8 +681,7 @@ void tst_Kestrel::unfinishedFeaturesSaySo_data()
 {
     QTest::addColumn<QString>("action");
     for (const char *name : {"printAction", "editPreferencesAction", "addStringAction",
-                             "addLightsAction", "addGroupAction", "zoomInAction", "zoomOutAction",
-                             "autoZoomAction"})
+                             "addLightsAction", "addGroupAction"})
         QTest::newRow(name) << name;
 }
 
