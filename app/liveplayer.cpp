@@ -11,6 +11,7 @@
 #include "ui/lightview.h"
 
 #include <QSet>
+#include <QTimer>
 #include <QSettings>
 
 namespace {
@@ -64,7 +65,19 @@ void LivePlayer::writeToMap()
 
 void LivePlayer::follow(LightView *lightView, GroupView *groupView)
 {
+    m_lightView = lightView;
+    // A selection made on the canvas (or anywhere else) shows in the light pane, once the
+    // burst of changes is over.
+    m_paneSync = new QTimer(this);
+    m_paneSync->setSingleShot(true);
+    m_paneSync->setInterval(0);
+    connect(m_paneSync, &QTimer::timeout, this, &LivePlayer::showSelectionInLightPane);
+    connect(m_selection, &SelectionEffect::lightSelectionChanged, m_paneSync,
+            qOverload<>(&QTimer::start));
     connect(lightView, &LightView::updatedSelection, this, [this, lightView] {
+        if (m_showingSelection)
+            return;
+        m_paneSync->stop();
         QList<quint64> lights = lightView->selectedLightUids();
         for (const quint64 uid : lightView->selectedDataSupplyUids())
             if (const DataSupply *supply = m_model.dataSupply(uid))
@@ -72,6 +85,8 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
         selectOnly(lights);
     });
     connect(groupView, &GroupView::updatedSelection, this, [this, groupView] {
+        if (m_showingSelection)
+            return;
         QList<quint64> lights = groupView->selectedLightUids();
         for (const quint64 uid : groupView->selectedGroupUids())
             if (const Group *group = m_model.group(uid))
@@ -79,6 +94,23 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
         selectOnly(lights);
     });
     connect(groupView, &GroupView::highlightGroupRequested, this, &LivePlayer::highlightGroup);
+}
+
+void LivePlayer::showSelectionInLightPane()
+{
+    if (!m_lightView)
+        return;
+    QList<quint64> shown = m_lightView->selectedLightUids();
+    for (const quint64 uid : m_lightView->selectedDataSupplyUids())
+        if (const DataSupply *supply = m_model.dataSupply(uid))
+            shown += supply->lights();
+    const QSet<quint64> current(shown.cbegin(), shown.cend());
+    const QList<quint64> selected = m_selection->selectedLights();
+    if (current == QSet<quint64>(selected.cbegin(), selected.cend()))
+        return;
+    m_showingSelection = true;
+    m_lightView->showSelectedLights(selected);
+    m_showingSelection = false;
 }
 
 void LivePlayer::selectOnly(const QList<quint64> &lightUids)

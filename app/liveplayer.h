@@ -7,6 +7,7 @@ class EffectEngine;
 class GroupView;
 class LightView;
 class MapModel;
+class QTimer;
 class SelectionEffect;
 
 // Live play in the window: the effect engine with the selection effect, driving every supply
@@ -39,8 +40,14 @@ public slots:
 
 private:
     void selectOnly(const QList<quint64> &lightUids);
+    void showSelectionInLightPane();
 
     MapModel &m_model;
+    LightView *m_lightView = nullptr;
+    // True while the panes are being brought in line with the selection (their own
+    // selection signals then are not a new selection).
+    bool m_showingSelection = false;
+    QTimer *m_paneSync = nullptr;
     SelectionEffect *m_selection = nullptr;
     EffectEngine *m_engine = nullptr;
 };

@@ -5,6 +5,7 @@
 
 #include <QAction>
 #include <QContextMenuEvent>
+#include <QHash>
 #include <QHeaderView>
 #include <QMenu>
 
@@ -117,6 +118,32 @@ void LightView::selectDataSupply(quint64 uid)
     selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
                                                  QItemSelectionModel::Rows);
     scrollTo(index);
+}
+
+void LightView::showSelectedLights(const QList<quint64> &uids)
+{
+    // Rows of one parent in runs, so that selecting thousands of lights takes few ranges.
+    QHash<QModelIndex, QVector<int>> rowsByParent;
+    for (const quint64 uid : uids) {
+        const QModelIndex index = m_model->indexForLight(uid);
+        if (index.isValid())
+            rowsByParent[index.parent()].append(index.row());
+    }
+    QItemSelection wanted;
+    const int lastColumn = m_model->columnCount() - 1;
+    for (auto it = rowsByParent.begin(); it != rowsByParent.end(); ++it) {
+        QVector<int> &rows = it.value();
+        std::sort(rows.begin(), rows.end());
+        for (int i = 0; i < rows.size();) {
+            int j = i;
+            while (j + 1 < rows.size() && rows.at(j + 1) == rows.at(j) + 1)
+                ++j;
+            wanted.select(m_model->index(rows.at(i), 0, it.key()),
+                          m_model->index(rows.at(j), lastColumn, it.key()));
+            i = j + 1;
+        }
+    }
+    selectionModel()->select(wanted, QItemSelectionModel::ClearAndSelect);
 }
 
 QList<int> LightView::columnWidths() const

@@ -1,5 +1,7 @@
 #include "app/kestrel.h"
+#include "app/layoutpane.h"
 #include "app/liveplayer.h"
+#include "ui/layoutview.h"
 #include "effects/effectengine.h"
 #include "effects/selectioneffect.h"
 #include "model/group.h"
@@ -705,6 +707,7 @@ void tst_Kestrel::paneSelectionLightsTheFixtures_data()
     QTest::newRow("a supply row") << "supply";
     QTest::newRow("a group row") << "group";
     QTest::newRow("select all lights") << "all";
+    QTest::newRow("a light on the canvas") << "canvas";
 }
 
 void tst_Kestrel::paneSelectionLightsTheFixtures()
@@ -727,10 +730,20 @@ void tst_Kestrel::paneSelectionLightsTheFixtures()
         m_window->groupView()->setCurrentIndex(
             m_window->groupView()->groupModel()->indexForGroup(group->uid()));
         expected = group->children();
+    } else if (what == QLatin1String("canvas")) {
+        m_window->layoutPane().view()->selectLight(light, true);
+        expected = {light};
+        // The light pane shows it once the burst of changes is over.
+        QTRY_COMPARE(m_window->lightView()->selectedLightUids(), expected);
     } else {
         m_window->ui().selectAllLightsAction->trigger();
         expected = model.lightHash().keys();
     }
+    // One selection everywhere: the canvas shows what the panes chose, and the other way.
+    QList<quint64> onCanvas = m_window->layoutPane().view()->selection();
+    std::sort(onCanvas.begin(), onCanvas.end());
+    std::sort(expected.begin(), expected.end());
+    QCOMPARE(onCanvas, expected);
     SelectionEffect &selection = m_window->livePlayer().selection();
     QList<quint64> selected = selection.selectedLights();
     std::sort(selected.begin(), selected.end());
