@@ -98,6 +98,8 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     connect(m_layoutPane, &LayoutPane::statusMsg, this, &Kestrel::statusMsg);
     connect(m_layoutPane->view(), &LayoutView::lightDoubleClicked, this,
             &Kestrel::handleCanvasDoubleClick);
+    connect(m_layoutPane->view(), &LayoutView::editLightsRequested, this,
+            [this] { notAvailableYet(QStringLiteral("Editing lights")); });
 
     connectActions();
     connectModel();

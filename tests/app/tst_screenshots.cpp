@@ -3,7 +3,11 @@
 //   ORRERY_SCREENSHOT_DIR=/tmp/shots QT_QPA_PLATFORM=offscreen build/tests/app/tst_screenshots
 #include "app/demoguide.h"
 #include "app/kestrel.h"
+#include "app/layoutpane.h"
 #include "app/liveplayer.h"
+#include "model/group.h"
+#include "ui/layoutview.h"
+#include "ui/layoutviewlight.h"
 #include "effects/effectengine.h"
 #include "sim/simoutput.h"
 #include "sim/simulator.h"
@@ -45,6 +49,7 @@ private slots:
     void splash();
     void iconSheet();
     void demonstrationFirstWindow();
+    void canvasZoomedOutAndIn();
     void simulatedInstallationWithSelection();
 
 private:
@@ -247,4 +252,37 @@ void tst_Screenshots::simulatedInstallationWithSelection()
     QTest::qWait(300); // the view coalesces repaints
     save(simWindow->grab().toImage(), QStringLiteral("simulated-installation.png"));
     save(window.grab().toImage(), QStringLiteral("demo-with-selection.png"));
+}
+
+// The example map on the canvas: fitted, with a group selected over a background plan, then
+// zoomed in on a corner.
+void tst_Screenshots::canvasZoomedOutAndIn()
+{
+    const std::unique_ptr<Kestrel> window = windowWithExample();
+    LayoutView *canvas = window->layoutPane().view();
+    QImage plan(1400, 900, QImage::Format_RGB32);
+    plan.fill(QColor(250, 248, 240));
+    {
+        QPainter painter(&plan);
+        painter.setPen(QPen(QColor(150, 150, 170), 6));
+        painter.drawRect(10, 10, 1380, 880);
+        painter.drawLine(700, 10, 700, 500);
+        painter.setPen(QColor(120, 120, 140));
+        painter.setFont(QFont(QStringLiteral("Sans"), 28));
+        painter.drawText(40, 860, QStringLiteral("Riverside Arcade - ground floor"));
+    }
+    const QString planPath = m_maps.filePath(QStringLiteral("plan.png"));
+    QVERIFY(plan.save(planPath));
+    QVERIFY(window->layoutPane().setBackgroundImage(planPath));
+    const Group *group = window->model().groups().constFirst();
+    for (const quint64 uid : group->children())
+        canvas->selectLight(uid, true);
+    window->ui().autoZoomAction->trigger();
+    QCoreApplication::processEvents();
+    save(window->grab().toImage(), QStringLiteral("canvas-fitted.png"));
+    for (int i = 0; i < 4; ++i)
+        canvas->zoomIn();
+    canvas->centerOn(canvas->itemFor(group->children().constFirst())->pos());
+    QCoreApplication::processEvents();
+    save(canvas->grab().toImage(), QStringLiteral("canvas-zoomed-in.png"));
 }
