@@ -66,18 +66,19 @@ void LivePlayer::writeToMap()
 void LivePlayer::follow(LightView *lightView, GroupView *groupView)
 {
     m_lightView = lightView;
+    m_groupView = groupView;
     // A selection made on the canvas (or anywhere else) shows in the light pane, once the
     // burst of changes is over.
     m_paneSync = new QTimer(this);
     m_paneSync->setSingleShot(true);
     m_paneSync->setInterval(0);
-    connect(m_paneSync, &QTimer::timeout, this, &LivePlayer::showSelectionInLightPane);
+    connect(m_paneSync, &QTimer::timeout, this, &LivePlayer::showSelectionInPanes);
     connect(m_selection, &SelectionEffect::lightSelectionChanged, m_paneSync,
             qOverload<>(&QTimer::start));
     connect(lightView, &LightView::updatedSelection, this, [this, lightView] {
         if (m_showingSelection)
             return;
-        m_paneSync->stop();
+        m_selectionOrigin = lightView;
         QList<quint64> lights = lightView->selectedLightUids();
         for (const quint64 uid : lightView->selectedDataSupplyUids())
             if (const DataSupply *supply = m_model.dataSupply(uid))
@@ -87,6 +88,7 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
     connect(groupView, &GroupView::updatedSelection, this, [this, groupView] {
         if (m_showingSelection)
             return;
+        m_selectionOrigin = groupView;
         QList<quint64> lights = groupView->selectedLightUids();
         for (const quint64 uid : groupView->selectedGroupUids())
             if (const Group *group = m_model.group(uid))
@@ -96,21 +98,16 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
     connect(groupView, &GroupView::highlightGroupRequested, this, &LivePlayer::highlightGroup);
 }
 
-void LivePlayer::showSelectionInLightPane()
+void LivePlayer::showSelectionInPanes()
 {
-    if (!m_lightView)
-        return;
-    QList<quint64> shown = m_lightView->selectedLightUids();
-    for (const quint64 uid : m_lightView->selectedDataSupplyUids())
-        if (const DataSupply *supply = m_model.dataSupply(uid))
-            shown += supply->lights();
-    const QSet<quint64> current(shown.cbegin(), shown.cend());
     const QList<quint64> selected = m_selection->selectedLights();
-    if (current == QSet<quint64>(selected.cbegin(), selected.cend()))
-        return;
     m_showingSelection = true;
-    m_lightView->showSelectedLights(selected);
+    if (m_lightView && m_selectionOrigin != m_lightView)
+        m_lightView->showSelectedLights(selected);
+    if (m_groupView && m_selectionOrigin != m_groupView)
+        m_groupView->showSelectedLights(selected);
     m_showingSelection = false;
+    m_selectionOrigin = nullptr;
 }
 
 void LivePlayer::selectOnly(const QList<quint64> &lightUids)

@@ -40,10 +40,13 @@ public slots:
 
 private:
     void selectOnly(const QList<quint64> &lightUids);
-    void showSelectionInLightPane();
+    void showSelectionInPanes();
 
     MapModel &m_model;
     LightView *m_lightView = nullptr;
+    GroupView *m_groupView = nullptr;
+    // The pane the current selection was made in: it is not redrawn from the selection.
+    QObject *m_selectionOrigin = nullptr;
     // True while the panes are being brought in line with the selection (their own
     // selection signals then are not a new selection).
     bool m_showingSelection = false;

@@ -38,6 +38,31 @@ GroupView::GroupView(MapModel &model, QWidget *parent)
             [this] { emit highlightGroupRequested(m_menuGroup); });
 }
 
+void GroupView::showSelectedLights(const QList<quint64> &uids)
+{
+    const QSet<quint64> wanted(uids.cbegin(), uids.cend());
+    QItemSelection selection;
+    const int lastColumn = m_model->columnCount() - 1;
+    for (int g = 0; g < m_model->rowCount(); ++g) {
+        const QModelIndex group = m_model->index(g, 0);
+        const int members = m_model->rowCount(group);
+        // Runs of selected members as one range each.
+        for (int m = 0; m < members;) {
+            if (!wanted.contains(m_model->uidAt(m_model->index(m, 0, group)))) {
+                ++m;
+                continue;
+            }
+            int end = m;
+            while (end + 1 < members &&
+                   wanted.contains(m_model->uidAt(m_model->index(end + 1, 0, group))))
+                ++end;
+            selection.select(m_model->index(m, 0, group), m_model->index(end, lastColumn, group));
+            m = end + 1;
+        }
+    }
+    selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+}
+
 void GroupView::contextMenuEvent(QContextMenuEvent *event)
 {
     const QModelIndex index = indexAt(event->pos());

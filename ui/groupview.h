@@ -19,6 +19,10 @@ public:
     QList<quint64> selectedGroupUids() const;
     QList<quint64> selectedLightUids() const;
 
+    // Shows a selection made elsewhere: the member rows of these lights selected, in every
+    // group that holds them.
+    void showSelectedLights(const QList<quint64> &uids);
+
     // "Highlight as Chase": runs a chase through the group under the context menu.
     QAction *highlightAction() const { return m_highlightAction; }
 
