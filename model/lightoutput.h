@@ -75,6 +75,9 @@ public:
     // built at another count rebuilds it before its next frame.
     static quint64 layoutEpoch();
     static void touchLayout();
+    // Moves on whenever any light's colour changes: views that draw live colours redraw
+    // only when it moved.
+    static quint64 colourChanges() { return s_colourChanges; }
 
 private:
     int encodeFresh(std::array<uchar, kMaxEncodedBytes> &bytes) const;
@@ -84,7 +87,10 @@ private:
             return;
         m_color = color;
         m_colorChanged = true;
+        ++s_colourChanges;
     }
+
+    static inline quint64 s_colourChanges = 0;
 
     // What every frame touches comes first: 15,000 lights a frame are walked twice.
     VelaColor m_color{Qt::black};

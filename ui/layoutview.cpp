@@ -3,6 +3,7 @@
 #include "effects/selectioneffect.h"
 #include "model/group.h"
 #include "model/light.h"
+#include "model/lightoutput.h"
 #include "model/mapmodel.h"
 #include "ui/groupeditordialog.h"
 #include "ui/layoutgeometry.h"
@@ -873,6 +874,10 @@ void LayoutView::repaintScene()
 
 void LayoutView::updateCanvas()
 {
-    if (!m_updatePaused && isVisible())
-        viewport()->update();
+    // Every frame of live play comes here; most frames change no colour.
+    const quint64 changes = LightOutput::colourChanges();
+    if (m_updatePaused || !isVisible() || changes == m_drawnColourChanges)
+        return;
+    m_drawnColourChanges = changes;
+    viewport()->update();
 }

@@ -177,4 +177,5 @@ private:
     QHash<quint64, LayoutViewLight *> m_items;
     QPointer<QProgressDialog> m_deleteProgress;
     quint64 m_highlightedSupply = 0;
+    quint64 m_drawnColourChanges = 0;
 };
