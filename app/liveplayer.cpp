@@ -12,13 +12,16 @@
 
 #include <QSet>
 #include <QTimer>
+
+#include <algorithm>
 #include <QSettings>
 
 namespace {
 
+// Frame rates from 1 to 100 a second, as the preferences offer them.
 int intervalFor(int framesPerSecond)
 {
-    return 1000 / std::max(1, framesPerSecond);
+    return 1000 / std::clamp(framesPerSecond, 1, 100);
 }
 
 } // namespace

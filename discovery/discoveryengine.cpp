@@ -39,13 +39,21 @@ QString macText(const char *mac)
         .toUpper();
 }
 
-// The supply's protocol kind is the interface version the user sees ("Vistra v1".."v3").
-int protocolKind(const DataSupply &supply)
+// How a supply is scanned and asked about its ports: by the interface version the user
+// sees ("Vistra v1".."v3").
+int scanKind(const DataSupply &supply)
 {
     return supply.version();
 }
 
 // A 512-byte frame from whatever the supply built: cut or zero-padded.
+// A supply without an address (0.0.0.0, or none) gets no unicast frames: sending them
+// anywhere else would light other supplies' fixtures.
+bool hasUnicastAddress(const QString &ip)
+{
+    return !ip.isEmpty() && ip != QLatin1String("0.0.0.0");
+}
+
 QByteArray fullFrame(const QByteArray &data)
 {
     if (data.size() == 512)
@@ -292,7 +300,7 @@ void DiscoveryEngine::scanLights(DataSupply *supply)
     if (!supply)
         return;
     const QString ip = QString::fromLatin1(supply->ipText());
-    switch (protocolKind(*supply)) {
+    switch (scanKind(*supply)) {
     case 1:
         m_protocol->blinkScan(ip);
         break;
@@ -309,7 +317,7 @@ void DiscoveryEngine::discoverPorts(DataSupply *supply)
 {
     if (!supply)
         return;
-    switch (protocolKind(*supply)) {
+    switch (scanKind(*supply)) {
     case 1:
         // A version-1 supply drives one port and cannot be asked about it.
         emit discoveredPorts(supply->uid(), 1);
@@ -651,6 +659,8 @@ void DiscoveryEngine::handleSendDMXFrame(const QString &ip, quint16 startCode, q
 {
     Q_UNUSED(startCode)
     Q_UNUSED(timerVal)
+    if (!hasUnicastAddress(ip))
+        return;
     const QByteArray frame = fullFrame(dmxData);
     m_protocol->sendDmx(ip.left(Vistra::kAddressTextLimit), 0, 0,
                         reinterpret_cast<const uchar *>(frame.constData()), frame.size());
@@ -662,6 +672,8 @@ void DiscoveryEngine::handleSendPortOut(const QString &ip, quint32 universe, qui
 {
     Q_UNUSED(universe)
     Q_UNUSED(flags)
+    if (!hasUnicastAddress(ip))
+        return;
     const QByteArray frame = fullFrame(dmxData);
     m_protocol->sendPortOut(ip.left(Vistra::kAddressTextLimit), 0xFFFFFFFF, port, 0, frame.size(),
                             startCode, reinterpret_cast<const uchar *>(frame.constData()));

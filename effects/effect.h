@@ -71,9 +71,10 @@ protected:
     virtual void writeParameters(EffectRecord &record) const;
     virtual void readParameter(const QString &name, const QString &value);
 
-private:
+    // Takes every field the record holds (the kind's parameters through readParameter).
     void readRecord(const EffectRecord &record);
 
+private:
     MapModel *m_model = nullptr;
     QVector<QPair<QString, QString>> m_parameters;
 };

@@ -55,8 +55,7 @@ void SelectionEffect::readFromMap(const MapModel &map)
     for (const EffectRecord &record : map.effects()) {
         if (record.value(QStringLiteral("type")) != kTypeName)
             continue;
-        for (const auto &[elementName, value] : record.elements)
-            readParameter(elementName, value);
+        readRecord(record);
         return;
     }
 }
@@ -214,13 +213,17 @@ void SelectionEffect::writeParameters(EffectRecord &record) const
 {
     record.elements.append({QStringLiteral("fgcolor"), m_fgColor.toString()});
     record.elements.append({QStringLiteral("bgcolor"), m_bgColor.toString()});
+    // Parameters a saved selection effect carried that this one does not use stay with it.
+    Effect::writeParameters(record);
 }
 
 void SelectionEffect::readParameter(const QString &elementName, const QString &value)
 {
     const bool foreground = elementName == QLatin1String("fgcolor");
-    if (!foreground && elementName != QLatin1String("bgcolor"))
+    if (!foreground && elementName != QLatin1String("bgcolor")) {
+        Effect::readParameter(elementName, value);
         return;
+    }
     if (const std::optional<VelaColor> color = VelaColor::fromString(value.trimmed()))
         (foreground ? m_fgColor : m_bgColor) = *color;
     else

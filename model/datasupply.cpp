@@ -16,7 +16,7 @@ void DataSupply::setType(unsigned int type)
     if (type == m_type)
         return;
     m_type = type;
-    changed();
+    layoutChanged();
 }
 
 void DataSupply::setName(const QString &name)
@@ -33,7 +33,7 @@ void DataSupply::setPortCount(quint8 count)
         return;
     m_portCount = count;
     m_ports.resize(count);
-    changed();
+    layoutChanged();
 }
 
 void DataSupply::setPort(int index, const SupplyPort &port)
@@ -41,7 +41,7 @@ void DataSupply::setPort(int index, const SupplyPort &port)
     if (index < 0 || index >= m_ports.size() || m_ports.at(index) == port)
         return;
     m_ports[index] = port;
-    changed();
+    layoutChanged();
 }
 
 void DataSupply::setMacAddress(const QString &mac)
@@ -58,7 +58,7 @@ void DataSupply::setIpAddress(const QHostAddress &address)
     // 0.0.0.0 is what an unconfigured supply reports: it counts as "no address".
     m_hasAddress = !address.isNull() && address != QHostAddress(QHostAddress::AnyIPv4);
     m_ipText = address.toString().toLatin1().left(kMaxIpTextLength);
-    m_ipString = QString::fromLatin1(m_ipText);
+    m_ipString = m_ipText.isEmpty() ? QStringLiteral("0.0.0.0") : QString::fromLatin1(m_ipText);
     changed();
 }
 
@@ -75,7 +75,7 @@ void DataSupply::setVersion(int version)
     if (version == m_version)
         return;
     m_version = version;
-    changed();
+    layoutChanged();
 }
 
 void DataSupply::setUniverse(unsigned int universe)
@@ -140,13 +140,13 @@ void DataSupply::forgetAddressData()
 void DataSupply::addLight(quint64 lightUid)
 {
     m_lights.append(lightUid);
-    changed();
+    layoutChanged();
 }
 
 void DataSupply::removeLight(quint64 lightUid)
 {
     if (m_lights.removeAll(lightUid) > 0)
-        changed();
+        layoutChanged();
 }
 
 void DataSupply::setDMXBufSize(int size)
@@ -186,7 +186,7 @@ void DataSupply::setUsesLedProfiles(bool on)
     if (on == m_usesLedProfiles)
         return;
     m_usesLedProfiles = on;
-    changed();
+    layoutChanged();
 }
 
 void DataSupply::setAttachedDevice(QIODevice *device, quint64 deviceId)

@@ -192,10 +192,12 @@ signals:
     void msg(const QString &text);
 
 private:
-    void changed()
+    void changed() { emit updatedDataSupply(m_uid); }
+    // A change that the frame table depends on (ports, lights, kind, profiles).
+    void layoutChanged()
     {
         LightOutput::touchLayout();
-        emit updatedDataSupply(m_uid);
+        changed();
     }
     void rebuildChannels();
     void sendNetworkFrames();
@@ -221,6 +223,7 @@ private:
     QList<quint64> m_lights;
     QMap<QString, QString> m_properties;
 
+    // The address text the transport signals carry; "0.0.0.0" for none.
     QString m_ipString = QStringLiteral("0.0.0.0");
     SupplyFrameTable m_frames;
     SupplyFrameTable::LightLookup m_lookup;

@@ -21,7 +21,7 @@ void Light::setDataSupply(quint64 supplyUid)
     if (supplyUid == m_dataSupply)
         return;
     m_dataSupply = supplyUid;
-    changed();
+    layoutChanged();
 }
 
 void Light::setPortNumber(unsigned int port)
@@ -29,7 +29,7 @@ void Light::setPortNumber(unsigned int port)
     if (port == m_portNumber)
         return;
     m_portNumber = port;
-    changed();
+    layoutChanged();
 }
 
 void Light::setLightNumber(int number)
@@ -37,7 +37,7 @@ void Light::setLightNumber(int number)
     if (number == m_lightNumber)
         return;
     m_lightNumber = number;
-    changed();
+    layoutChanged();
 }
 
 void Light::setFixture(quint64 fixture)
@@ -98,7 +98,7 @@ void Light::setTintlockProfileId(int id)
     if (id == m_tintlockProfileId)
         return;
     m_tintlockProfileId = id;
-    changed();
+    layoutChanged();
 }
 
 void Light::setTintlockIoMode(int mode)
@@ -106,7 +106,7 @@ void Light::setTintlockIoMode(int mode)
     if (mode == m_tintlockIoMode)
         return;
     m_tintlockIoMode = mode;
-    changed();
+    layoutChanged();
 }
 
 void Light::setDeviceProperty(const QString &name, const QString &value)
@@ -115,6 +115,9 @@ void Light::setDeviceProperty(const QString &name, const QString &value)
     if (it != m_properties.end() && it.value() == value)
         return;
     m_properties.insert(name, value);
-    LightOutput::touchLayout();
+    // The properties a frame table reads: where the light starts and how its channels go.
+    if (name == QLatin1String("DMX_OFFSET") || name == QLatin1String("LED_CHEMISTRY") ||
+        name == QLatin1String("INPUT_RESOLUTION"))
+        LightOutput::touchLayout();
     emit updatedLightProperty(m_uid, name, value);
 }

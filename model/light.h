@@ -50,6 +50,9 @@ public:
 
     int channel() const { return m_channel; }
     void setChannel(int channel);
+    // The channel its supply's frame table gives it: no signal, since it follows from what
+    // the light already says (its DMX start) and happens while frames are written.
+    void assignChannel(int channel) { m_channel = channel; }
 
     quint64 serialNumber() const { return m_serialNumber; }
     void setSerialNumber(quint64 serial);
@@ -76,10 +79,12 @@ signals:
     void updatedLightProperty(quint64 uid, const QString &name, const QString &value);
 
 private:
-    void changed()
+    void changed() { emit updatedLight(m_uid); }
+    // A change that frame tables depend on (supply, port, number, profile).
+    void layoutChanged()
     {
         LightOutput::touchLayout();
-        emit updatedLight(m_uid);
+        changed();
     }
 
     quint64 m_uid = 0;

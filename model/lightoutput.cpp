@@ -53,8 +53,9 @@ int LightChannelFormat::footprint() const
 
 void LightOutput::applyContribution(const VelaColor &color, int priority)
 {
-    if (m_freshFrame) {
+    if (m_freshFrame || m_frame != s_frame) {
         m_freshFrame = false;
+        m_frame = s_frame;
         setColor(color);
         m_contributions = 1;
     } else if (m_priority > priority) {

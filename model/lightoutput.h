@@ -48,11 +48,14 @@ public:
     const VelaColor &color() const { return m_color; }
     int priority() const { return m_priority; }
     int contributions() const { return m_contributions; }
-    bool isFreshFrame() const { return m_freshFrame; }
+    bool isFreshFrame() const { return m_freshFrame || m_frame != s_frame; }
 
     void applyContribution(const VelaColor &color, int priority);
     // Starts the next frame: the next contribution replaces the colour whatever its priority.
     void beginFrame() { m_freshFrame = true; }
+    // Starts the next frame for every light at once, also for lights no supply writes (no
+    // supply, live play off): the model calls it after each frame.
+    static void nextFrame() { ++s_frame; }
     // Forgets the frame's contributions altogether (streaming to an attached device).
     void resetFrameState();
 
@@ -91,12 +94,15 @@ private:
     }
 
     static inline quint64 s_colourChanges = 0;
+    static inline quint64 s_frame = 1;
 
     // What every frame touches comes first: 15,000 lights a frame are walked twice.
     VelaColor m_color{Qt::black};
     int m_priority = 0;
     int m_contributions = 0;
     bool m_freshFrame = true;
+    // The frame of the last contribution.
+    quint64 m_frame = 0;
     // The colour differs from the one the cached bytes were encoded from.
     bool m_colorChanged = true;
     bool m_haveEncoded = false;

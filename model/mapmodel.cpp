@@ -418,8 +418,8 @@ void MapModel::setLivePlay(bool on)
 
 void MapModel::updateLights()
 {
-    if (!m_livePlay)
-        return;
-    for (DataSupply *supply : qAsConst(m_dataSupplies))
-        supply->updateLights();
+    if (m_livePlay)
+        for (DataSupply *supply : qAsConst(m_dataSupplies))
+            supply->updateLights();
+    LightOutput::nextFrame();
 }

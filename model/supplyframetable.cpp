@@ -86,7 +86,7 @@ void SupplyFrameTable::rebuild(const QList<quint64> &lightUids, const QVector<Su
         light->output().setFormat(format);
         const int footprint = format.footprint();
         const int channel = dmxOffsetOf(*light).value_or(light->lightNumber() * footprint);
-        light->setChannel(channel);
+        light->assignChannel(channel);
         // The model numbers a supply's ports from 0 in the order the supply reported them.
         const int portIndex = int(light->portNumber()) < ports.size() ? int(light->portNumber())
                                                                       : -1;

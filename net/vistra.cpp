@@ -89,7 +89,7 @@ bool Vistra::rdmGet(const QString &ip, quint64 uid, quint16 pid)
 bool Vistra::sendDmx(const QString &ip, quint8 startCode, quint16 timerValue, const uchar *data,
                      int length)
 {
-    return sendFrame(ip, length, data, [&](int n) {
+    return sendFrame(ip, false, length, data, [&](int n) {
         return VistraRequests::dmxOut(startCode, timerValue, data, n);
     });
 }
@@ -97,7 +97,7 @@ bool Vistra::sendDmx(const QString &ip, quint8 startCode, quint16 timerValue, co
 bool Vistra::sendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags,
                          int length, quint16 startCode, const uchar *data)
 {
-    return sendFrame(ip, length, data, [&](int n) {
+    return sendFrame(ip, false, length, data, [&](int n) {
         return VistraRequests::portOut(universe, port, flags, startCode, data, n);
     });
 }
@@ -105,7 +105,7 @@ bool Vistra::sendPortOut(const QString &ip, quint32 universe, quint8 port, quint
 bool Vistra::sendBroadcastDmx(quint8 startCode, quint16 timerValue, const uchar *data,
                               int length)
 {
-    return sendFrame(QString(), length, data, [&](int n) {
+    return sendFrame(QString(), true, length, data, [&](int n) {
         return VistraRequests::dmxOut(startCode, timerValue, data, n);
     });
 }
@@ -113,15 +113,14 @@ bool Vistra::sendBroadcastDmx(quint8 startCode, quint16 timerValue, const uchar 
 bool Vistra::sendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags, int length,
                                   quint16 startCode, const uchar *data)
 {
-    return sendFrame(QString(), length, data, [&](int n) {
+    return sendFrame(QString(), true, length, data, [&](int n) {
         return VistraRequests::portOut(universe, port, flags, startCode, data, n);
     });
 }
 
-bool Vistra::sendFrame(const QString &ip, int length, const uchar *data,
+bool Vistra::sendFrame(const QString &ip, bool broadcast, int length, const uchar *data,
                        const std::function<QByteArray(int)> &build)
 {
-    const bool broadcast = ip.isNull();
     if ((!broadcast && !parseDottedQuad(ip)) || length < 0 || (length > 0 && !data))
         return false;
     const bool truncated = length > VistraWire::kDmxMaxLength;

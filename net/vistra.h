@@ -108,9 +108,9 @@ public slots:
 private:
     void createSocket();
     bool sendToAddress(const QString &ip, const QByteArray &datagram);
-    // Checks and cuts a frame, builds the datagram for its length and sends it to ip, or by
-    // broadcast when ip is null.
-    bool sendFrame(const QString &ip, int length, const uchar *data,
+    // Checks and cuts a frame, builds the datagram for its length and sends it to ip, or to
+    // the broadcast address.
+    bool sendFrame(const QString &ip, bool broadcast, int length, const uchar *data,
                    const std::function<QByteArray(int)> &build);
     void emitReply(VistraReplies::DiscoverReply &reply);
     void emitReply(VistraReplies::PortsReply &reply);

@@ -12,6 +12,10 @@ constexpr double kPi = 3.141592653589793;
 
 int snap(double coordinate, int grid)
 {
+    // A position a damaged map made absurd stays representable.
+    if (!std::isfinite(coordinate))
+        return 0;
+    coordinate = std::clamp(coordinate, -1e9, 1e9);
     if (grid <= 0)
         return int(std::trunc(coordinate));
     const int whole = int(std::trunc(coordinate));

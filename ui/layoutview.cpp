@@ -44,10 +44,15 @@ bool overlapping(const QPointF &a, const QPointF &b)
 }
 
 // Cell of a spatial hash with cells of one light's side.
+// Cell of a spatial hash with cells of one light's side (coordinates a hand-edited map made
+// absurd fall into the outermost cells).
 QPair<int, int> cellOf(const QPointF &p)
 {
-    return {int(std::floor(p.x() / LayoutViewLight::kSize)),
-            int(std::floor(p.y() / LayoutViewLight::kSize))};
+    const auto cell = [](double c) {
+        const double v = std::floor(c / LayoutViewLight::kSize);
+        return std::isfinite(v) ? int(std::clamp(v, -1e9, 1e9)) : 0;
+    };
+    return {cell(p.x()), cell(p.y())};
 }
 
 } // namespace
@@ -365,6 +370,17 @@ void LayoutView::moveSelection(const QPoint &delta)
     repaintScene();
 }
 
+void LayoutView::dragSelectionTo(const QPointF &scenePoint)
+{
+    const QPointF delta = QPointF(scenePoint.toPoint()) - QPointF(m_pressScenePoint.toPoint());
+    m_suppressRepaint = true;
+    for (auto it = m_dragOrigins.cbegin(); it != m_dragOrigins.cend(); ++it)
+        if (LayoutViewLight *item = m_items.value(it.key()))
+            item->setPos(snapped(it.value() + delta));
+    m_suppressRepaint = false;
+    repaintScene();
+}
+
 bool LayoutView::commitSelection()
 {
     const QList<quint64> chosen = selection();
@@ -385,8 +401,8 @@ bool LayoutView::commitSelection()
         if (!item)
             continue;
         const QPointF p = item->pos();
-        const int x = int(p.x()), y = int(p.y());
-        if (x < 0 || y < 0 || x > canvas.width() || y > canvas.height()) {
+        if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || p.x() < 0 || p.y() < 0 ||
+            int(p.x()) > canvas.width() || int(p.y()) > canvas.height()) {
             acceptable = false;
             break;
         }
@@ -641,6 +657,11 @@ void LayoutView::mousePressEvent(QMouseEvent *event)
         clearSelection();
         selectLight(m_pressLight, true);
     }
+    m_dragOrigins.clear();
+    if (hit)
+        for (auto it = m_selectionOrder.cbegin(); it != m_selectionOrder.cend(); ++it)
+            if (const LayoutViewLight *item = m_items.value(it.key()))
+                m_dragOrigins.insert(it.key(), item->pos());
     if (event->button() == Qt::RightButton)
         m_popupMenu->popup(event->globalPos());
 }
@@ -664,9 +685,8 @@ void LayoutView::mouseMoveEvent(QMouseEvent *event)
     }
     const QPoint current = mapToScene(event->pos()).toPoint();
     if (m_pressHitLight) {
-        const QPoint delta = current - m_lastScene;
-        if (!delta.isNull()) {
-            moveSelection(delta);
+        if (current != m_lastScene) {
+            dragSelectionTo(current);
             m_lastScene = current;
             m_moved = true;
         }

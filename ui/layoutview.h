@@ -73,6 +73,9 @@ public:
     void selectAll();
     // Moves the selected items by a delta (snapped when snapping is on), not yet committed.
     void moveSelection(const QPoint &delta);
+    // During a drag: every selected item at its place at the press plus the whole way the
+    // mouse went, snapped (so a slow drag moves as far as a fast one).
+    void dragSelectionTo(const QPointF &scenePoint);
     // Turns the selected items about their centre and commits.
     void rotateSelection(double degrees);
     // Checks and stores the selected items' positions, or puts them all back.
@@ -178,4 +181,5 @@ private:
     QPointer<QProgressDialog> m_deleteProgress;
     quint64 m_highlightedSupply = 0;
     quint64 m_drawnColourChanges = 0;
+    QHash<quint64, QPointF> m_dragOrigins;
 };

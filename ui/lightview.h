@@ -24,8 +24,7 @@ public:
     QList<quint64> selectedDataSupplyUids() const;
     // Selects the supply's row alone and scrolls to it.
     void selectDataSupply(quint64 uid);
-    // Shows a selection made elsewhere: exactly these lights' rows selected. A supply whose
-    // rows are all selected stays selected as a supply row when it was.
+    // Shows a selection made elsewhere: exactly these lights' rows selected.
     void showSelectedLights(const QList<quint64> &uids);
 
     // "Edit Interface...": asks to edit the current supply row; enabled only on one.

@@ -27,6 +27,7 @@ private slots:
     void composition_data();
     void composition();
     void attachedDeviceStreamsRgbAndCountsFrames();
+    void liveOffStillStartsEveryFrame();
     void unknownModeReports();
 
 private:
@@ -197,19 +198,22 @@ void tst_FrameWriter::lightEncoding_data()
     QTest::addColumn<int>("outputCode");
     QTest::addColumn<QByteArray>("bytes");
 
-    QTest::newRow("RGB 8 bit") << "0" << "1" << "0" << false << 0 << QByteArray::fromHex("ff8000");
+    // Colour FFFF 8080 4040: every channel lit, so a channel forced dark shows.
+    QTest::newRow("RGB 8 bit") << "0" << "1" << "0" << false << 0 << QByteArray::fromHex("ff8040");
     QTest::newRow("RGB 16 bit")
-        << "0" << "1" << "1" << false << 0 << QByteArray::fromHex("ffff80800000");
+        << "0" << "1" << "1" << false << 0 << QByteArray::fromHex("ffff80804040");
+    QTest::newRow("RGBW: white from the common part")
+        << "0" << "2" << "0" << false << 0 << QByteArray::fromHex("bf400040");
     QTest::newRow("RGBW last channel forced dark (251)")
-        << "0" << "2" << "0" << false << 251 << QByteArray::fromHex("ff800000");
+        << "0" << "2" << "0" << false << 251 << QByteArray::fromHex("bf400000");
     QTest::newRow("RGB 16 bit last channel dark (252)")
         << "0" << "1" << "1" << false << 252 << QByteArray::fromHex("ffff80800000");
     QTest::newRow("doubled block") << "0" << "1" << "0" << true << 0
-                                   << QByteArray::fromHex("ff8000ff8000");
+                                   << QByteArray::fromHex("ff8040ff8040");
     QTest::newRow("doubled, channels 4 and 5 repeat channel 3 (254)")
-        << "0" << "1" << "0" << true << 254 << QByteArray::fromHex("ff8000000000");
+        << "0" << "1" << "0" << true << 254 << QByteArray::fromHex("ff8040404000");
     QTest::newRow("last channel at 511 fits") << "509" << "1" << "0" << false << 0
-                                               << QByteArray::fromHex("ff8000");
+                                               << QByteArray::fromHex("ff8040");
     QTest::newRow("running past 512 writes nothing") << "510" << "1" << "0" << false << 0
                                                       << QByteArray();
 }
@@ -229,14 +233,14 @@ void tst_FrameWriter::lightEncoding()
     light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), offset);
     light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), chemistry);
     light->setDeviceProperty(QStringLiteral("INPUT_RESOLUTION"), resolution);
-    light->output().applyContribution(VelaColor::fromRgb16(0xFFFF, 0x8080, 0), 0);
+    light->output().applyContribution(VelaColor::fromRgb16(0xFFFF, 0x8080, 0x4040), 0);
     QVERIFY(supply->updateLights()); // assigns the format
     LightChannelFormat format = light->output().format();
     format.doubled = doubled;
     format.outputCode = outputCode;
     format.cacheKey |= quint64(doubled) << 7 | quint64(outputCode) << 8;
     light->output().setFormat(format);
-    light->output().applyContribution(VelaColor::fromRgb16(0xFFFF, 0x8080, 0), 0);
+    light->output().applyContribution(VelaColor::fromRgb16(0xFFFF, 0x8080, 0x4040), 0);
 
     QByteArray frame;
     connect(supply, &DataSupply::signalSendBroadcastPortOut, this,
@@ -245,10 +249,10 @@ void tst_FrameWriter::lightEncoding()
     QCOMPARE(frame.size(), 512);
     const int start = offset.toInt();
     QCOMPARE(frame.mid(start, bytes.size()), bytes);
-    if (bytes.isEmpty())
-        QCOMPARE(frame, QByteArray(512, '\0'));
-    else
-        QCOMPARE(frame.count('\0') + bytes.size() - bytes.count('\0'), 512);
+    // Nothing else of the frame is written.
+    QByteArray rest = frame;
+    rest.replace(start, bytes.size(), QByteArray(bytes.size(), '\0'));
+    QCOMPARE(rest, QByteArray(512, '\0'));
 }
 
 void tst_FrameWriter::unchangedColoursAreCopied()
@@ -315,6 +319,23 @@ void tst_FrameWriter::attachedDeviceStreamsRgbAndCountsFrames()
     QVERIFY(supply->updateLights());
     QCOMPARE(device.data(), QByteArray::fromHex("ff00000000ff"));
     QCOMPARE(supply->frameCount(), quint64(1));
+    QCOMPARE(sent.count(), 0);
+}
+
+// With live play off nothing is sent, yet every frame starts afresh: a light deselected
+// meanwhile shows the background, not an average of every frame since.
+void tst_FrameWriter::liveOffStillStartsEveryFrame()
+{
+    MapModel model;
+    DataSupply *supply = build(model, 2, 2, {1});
+    QSignalSpy sent(supply, &DataSupply::signalSendPortOut);
+    model.setLivePlay(false);
+    LightOutput &output = model.light(0x200)->output();
+    for (int frame = 0; frame < 5; ++frame) {
+        output.applyContribution(frame < 4 ? VelaColor(Qt::red) : VelaColor(Qt::black), 0);
+        model.updateLights();
+    }
+    QCOMPARE(output.color(), VelaColor(Qt::black));
     QCOMPARE(sent.count(), 0);
 }
 
