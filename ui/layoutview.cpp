@@ -281,6 +281,8 @@ void LayoutView::selectAll()
 
 void LayoutView::setHighlightedSupply(quint64 supplyUid)
 {
+    if (supplyUid == m_highlightedSupply)
+        return;
     m_highlightedSupply = supplyUid;
     for (auto it = m_items.cbegin(); it != m_items.cend(); ++it) {
         const Light *light = m_model->light(it.key());
