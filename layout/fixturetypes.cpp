@@ -55,6 +55,12 @@ QMap<QString, QString> defaultProperties(const DeviceDictionary &dictionary, con
     return properties;
 }
 
+QStringList tokens(const DeviceDictionary &dictionary, const QString &name)
+{
+    const auto entry = fixtureEntry(dictionary, name);
+    return entry ? entry->memoryMap().keys() : QStringList{QStringLiteral("LED_CHEMISTRY")};
+}
+
 bool exists(const DeviceDictionary &dictionary, const QString &name)
 {
     return name == kGeneric3Ch || fixtureEntry(dictionary, name);

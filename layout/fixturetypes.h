@@ -18,6 +18,8 @@ QStringList names(const DeviceDictionary &dictionary);
 // defaults of its settings (LED_CHEMISTRY, DIMMING_CURVE, INPUT_RESOLUTION, ...). Empty
 // when no fixture definition has that name.
 QMap<QString, QString> defaultProperties(const DeviceDictionary &dictionary, const QString &name);
+// The tokens the type's definition holds (its memory map), in token order.
+QStringList tokens(const DeviceDictionary &dictionary, const QString &name);
 bool exists(const DeviceDictionary &dictionary, const QString &name);
 
 } // namespace FixtureTypes
