@@ -3,6 +3,7 @@
 #include "app/aboutversion.h"
 #include "app/demoguide.h"
 #include "app/layoutpane.h"
+#include "app/lightcreation.h"
 #include "app/liveplayer.h"
 #include "model/undomanager.h"
 #include "ui/layoutview.h"
@@ -98,6 +99,9 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     connect(m_layoutPane, &LayoutPane::statusMsg, this, &Kestrel::statusMsg);
     connect(m_layoutPane->view(), &LayoutView::lightDoubleClicked, this,
             &Kestrel::handleCanvasDoubleClick);
+    m_lightCreation = new LightCreation(*m_model, m_ui, m_settings, *m_prompts,
+                                        *m_layoutPane->undoManager(), this);
+    connect(m_lightCreation, &LightCreation::setDirty, this, &Kestrel::setDirty);
     connect(m_layoutPane->view(), &LayoutView::editLightsRequested, this,
             [this] { notAvailableYet(QStringLiteral("Editing lights")); });
 
@@ -501,12 +505,12 @@ void Kestrel::handleSyncInterfacesAction()
 
 void Kestrel::handleAddStringAction()
 {
-    notAvailableYet(QStringLiteral("Adding a string of lights"));
+    m_lightCreation->handleAddStringAction();
 }
 
 void Kestrel::handleAddLightsAction()
 {
-    notAvailableYet(QStringLiteral("Adding lights"));
+    m_lightCreation->handleAddLightsAction();
 }
 
 void Kestrel::handleAddGroupAction()
