@@ -26,6 +26,7 @@ CreateLights::CreateLights(const MapModel &model, const DeviceDictionary &dictio
     m_countSpinBox = new QSpinBox(countGroup);
     m_countSpinBox->setObjectName(QStringLiteral("m_countSpinBox"));
     m_countSpinBox->setRange(0, CreationRules::kMaxLights);
+    m_countSpinBox->setValue(1);
     countForm->addRow(QStringLiteral("Count:"), m_countSpinBox);
 
     auto *layoutGroup = new QGroupBox(QStringLiteral("Layout"), this);

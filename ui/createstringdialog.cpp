@@ -90,7 +90,6 @@ CreateStringDialog::CreateStringDialog(const MapModel &model, const DeviceDictio
     auto *hint = new QLabel(QStringLiteral("Adjust Rows and Columns to match the # of lights "
                                            "found, or pick another layout."),
                             this);
-    hint->setWordWrap(true);
 
     m_addBelowButton = new QPushButton(QStringLiteral("Add &Below"), this);
     m_addBelowButton->setObjectName(QStringLiteral("m_addBelowButton"));
@@ -108,8 +107,7 @@ CreateStringDialog::CreateStringDialog(const MapModel &model, const DeviceDictio
 
     auto *left = new QVBoxLayout;
     left->addWidget(layoutGroup);
-    left->addWidget(orderGroup);
-    left->addWidget(hint);
+    left->addWidget(orderGroup, 1);
     auto *middle = new QVBoxLayout;
     middle->addWidget(m_choices->interfaceGroup());
     middle->addWidget(m_choices->parametersGroup());
@@ -121,6 +119,7 @@ CreateStringDialog::CreateStringDialog(const MapModel &model, const DeviceDictio
     columns->addWidget(m_choices->fixtureGroup(), 0, Qt::AlignTop);
     auto *main = new QVBoxLayout(this);
     main->addLayout(columns);
+    main->addWidget(hint);
     main->addLayout(buttons);
 
     connect(m_shapeGroup, &QButtonGroup::idClicked, this, &CreateStringDialog::refreshShape);
