@@ -15,6 +15,7 @@
 #include "ui/animationtemplate.h"
 #include "ui/deviceview.h"
 #include "ui/editcontrollerdialog.h"
+#include "ui/editpreferencesdialog.h"
 #include "devices/devicedictionary.h"
 #include "discovery/definitionreadplan.h"
 #include "discovery/discoveryengine.h"
@@ -449,7 +450,31 @@ void Kestrel::handleRedoAction()
 
 void Kestrel::handleEditPreferencesAction()
 {
-    notAvailableYet(QStringLiteral("Editing preferences"));
+    EditPreferencesDialog dialog(this);
+    dialog.setFrameRate(m_settings.frameRate);
+    dialog.setCanvasWidth(m_settings.canvasWidth);
+    dialog.setCanvasHeight(m_settings.canvasHeight);
+    dialog.setGridSize(m_settings.grid);
+    dialog.setRecentMapsEnabled(m_settings.recentMapsEnabled);
+    dialog.setNumRecentMaps(m_settings.numRecentMaps);
+    if (m_prompts->runDialog(dialog) != QDialog::Accepted)
+        return;
+    m_settings.frameRate = dialog.frameRate();
+    m_livePlayer->setFrameRate(m_settings.frameRate);
+    m_settings.canvasWidth = dialog.canvasWidth();
+    m_settings.canvasHeight = dialog.canvasHeight();
+    m_layoutPane->view()->setCanvasSize(m_settings.canvasWidth, m_settings.canvasHeight);
+    if (dialog.gridSize() > 0) {
+        m_settings.grid = dialog.gridSize();
+        m_layoutPane->view()->setGridSize(m_settings.grid);
+    }
+    m_settings.recentMapsEnabled = dialog.recentMapsEnabled();
+    m_settings.numRecentMaps = dialog.numRecentMaps();
+    m_recentMaps.setMaximum(m_settings.numRecentMaps);
+    rebuildRecentMapsMenu();
+    writeSettings();
+    QSettings settings;
+    m_recentMaps.save(settings);
 }
 
 bool Kestrel::raiseDiscoveryDialog()

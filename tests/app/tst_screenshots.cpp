@@ -20,6 +20,7 @@
 #include "support/netnamespace.h"
 #include "ui/aboutdialog.h"
 #include "ui/createlights.h"
+#include "ui/editpreferencesdialog.h"
 #include "ui/createstringdialog.h"
 #include "devices/devicedictionary.h"
 #include "ui/deviceview.h"
@@ -57,6 +58,7 @@ private slots:
     void canvasZoomedOutAndIn();
     void simulatedInstallationWithSelection();
     void creationDialogsAndCanvas();
+    void preferences();
 
 private:
     void save(const QImage &image, const QString &name);
@@ -336,4 +338,17 @@ void tst_Screenshots::creationDialogsAndCanvas()
     window.ui().autoZoomAction->trigger();
     QCoreApplication::processEvents();
     save(window.grab().toImage(), QStringLiteral("canvas-tile-and-diagonal.png"));
+}
+
+void tst_Screenshots::preferences()
+{
+    EditPreferencesDialog dialog;
+    dialog.setRecentMapsEnabled(true);
+    auto *tabs = dialog.findChild<QTabWidget *>();
+    for (int page = 0; page < tabs->count(); ++page) {
+        tabs->setCurrentIndex(page);
+        dialog.show();
+        QCoreApplication::processEvents();
+        save(dialog.grab().toImage(), QStringLiteral("preferences-%1.png").arg(page));
+    }
 }
