@@ -440,12 +440,19 @@ void Kestrel::handleExitAction()
 
 void Kestrel::handleUndoAction()
 {
+    // Whatever a gesture changed (a placement, a whole creation), the map has changed again.
+    if (!m_layoutPane->undoManager()->canUndo())
+        return;
     m_layoutPane->undoManager()->undo();
+    setDirty(true);
 }
 
 void Kestrel::handleRedoAction()
 {
+    if (!m_layoutPane->undoManager()->canRedo())
+        return;
     m_layoutPane->undoManager()->redo();
+    setDirty(true);
 }
 
 void Kestrel::handleEditPreferencesAction()

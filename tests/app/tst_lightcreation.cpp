@@ -238,8 +238,10 @@ void tst_LightCreation::undoRemovesTheWholeCreation()
     m_window->ui().addTileAction->trigger();
     QCOMPARE(m_window->model().lightCount(), 12);
     const QStringList made = names();
+    m_window->setDirty(false); // as after a save
     m_window->ui().undoAction->trigger();
     QCOMPARE(m_window->model().lightCount(), 0);
+    QVERIFY(m_window->isDirty());
     QVERIFY(!m_window->ui().undoAction->isEnabled());
     m_window->ui().redoAction->trigger();
     QCOMPARE(names(), made);
