@@ -5,7 +5,8 @@
 // window's event loop was kept waiting, and how long the event-loop turn right after it took
 // (last_turn_ms).
 //
-//   unshare -n bench_lightcreation     (the window's discovery engine announces itself)
+//   unshare -n bash -c 'ip link set lo up; ORRERY_PRIVATE_NETNS=1 bench_lightcreation'
+//   (the window's discovery engine announces itself)
 #include "app/kestrel.h"
 #include "app/lightcreation.h"
 #include "app/scriptedprompts.h"
