@@ -3,6 +3,7 @@
 #include "app/aboutversion.h"
 #include "app/demoguide.h"
 #include "app/layoutpane.h"
+#include "app/lightcreation.h"
 #include "app/liveplayer.h"
 #include "model/undomanager.h"
 #include "ui/layoutview.h"
@@ -14,6 +15,7 @@
 #include "ui/animationtemplate.h"
 #include "ui/deviceview.h"
 #include "ui/editcontrollerdialog.h"
+#include "ui/editpreferencesdialog.h"
 #include "devices/devicedictionary.h"
 #include "discovery/definitionreadplan.h"
 #include "discovery/discoveryengine.h"
@@ -98,6 +100,9 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     connect(m_layoutPane, &LayoutPane::statusMsg, this, &Kestrel::statusMsg);
     connect(m_layoutPane->view(), &LayoutView::lightDoubleClicked, this,
             &Kestrel::handleCanvasDoubleClick);
+    m_lightCreation = new LightCreation(*m_model, m_ui, m_settings, *m_prompts,
+                                        *m_layoutPane->undoManager(), this);
+    connect(m_lightCreation, &LightCreation::setDirty, this, &Kestrel::setDirty);
     connect(m_layoutPane->view(), &LayoutView::editLightsRequested, this,
             [this] { notAvailableYet(QStringLiteral("Editing lights")); });
 
@@ -435,17 +440,48 @@ void Kestrel::handleExitAction()
 
 void Kestrel::handleUndoAction()
 {
+    // Whatever a gesture changed (a placement, a whole creation), the map has changed again.
+    if (!m_layoutPane->undoManager()->canUndo())
+        return;
     m_layoutPane->undoManager()->undo();
+    setDirty(true);
 }
 
 void Kestrel::handleRedoAction()
 {
+    if (!m_layoutPane->undoManager()->canRedo())
+        return;
     m_layoutPane->undoManager()->redo();
+    setDirty(true);
 }
 
 void Kestrel::handleEditPreferencesAction()
 {
-    notAvailableYet(QStringLiteral("Editing preferences"));
+    EditPreferencesDialog dialog(this);
+    dialog.setFrameRate(m_settings.frameRate);
+    dialog.setCanvasWidth(m_settings.canvasWidth);
+    dialog.setCanvasHeight(m_settings.canvasHeight);
+    dialog.setGridSize(m_settings.grid);
+    dialog.setRecentMapsEnabled(m_settings.recentMapsEnabled);
+    dialog.setNumRecentMaps(m_settings.numRecentMaps);
+    if (m_prompts->runDialog(dialog) != QDialog::Accepted)
+        return;
+    m_settings.frameRate = dialog.frameRate();
+    m_livePlayer->setFrameRate(m_settings.frameRate);
+    m_settings.canvasWidth = dialog.canvasWidth();
+    m_settings.canvasHeight = dialog.canvasHeight();
+    m_layoutPane->view()->setCanvasSize(m_settings.canvasWidth, m_settings.canvasHeight);
+    if (dialog.gridSize() > 0) {
+        m_settings.grid = dialog.gridSize();
+        m_layoutPane->view()->setGridSize(m_settings.grid);
+    }
+    m_settings.recentMapsEnabled = dialog.recentMapsEnabled();
+    m_settings.numRecentMaps = dialog.numRecentMaps();
+    m_recentMaps.setMaximum(m_settings.numRecentMaps);
+    rebuildRecentMapsMenu();
+    writeSettings();
+    QSettings settings;
+    m_recentMaps.save(settings);
 }
 
 bool Kestrel::raiseDiscoveryDialog()
@@ -501,12 +537,12 @@ void Kestrel::handleSyncInterfacesAction()
 
 void Kestrel::handleAddStringAction()
 {
-    notAvailableYet(QStringLiteral("Adding a string of lights"));
+    m_lightCreation->handleAddStringAction();
 }
 
 void Kestrel::handleAddLightsAction()
 {
-    notAvailableYet(QStringLiteral("Adding lights"));
+    m_lightCreation->handleAddLightsAction();
 }
 
 void Kestrel::handleAddGroupAction()

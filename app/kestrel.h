@@ -15,6 +15,7 @@ class CommLibrary;
 class DeviceView;
 class Simulator;
 class LayoutPane;
+class LightCreation;
 class LivePlayer;
 class GroupView;
 class LightView;
@@ -53,6 +54,7 @@ public:
     DiscoveryEngine &discoveryEngine() const { return *m_engine; }
     LivePlayer &livePlayer() const { return *m_livePlayer; }
     LayoutPane &layoutPane() const { return *m_layoutPane; }
+    LightCreation &lightCreation() const { return *m_lightCreation; }
     // The demonstration's guide once startDemonstration() ran, else null.
     DemoGuide *demoGuide() const { return m_demoGuide; }
     // Shows a new user what to try with the simulated installation running in the program.
@@ -144,6 +146,7 @@ private:
     DiscoveryEngine *m_engine = nullptr;
     LivePlayer *m_livePlayer = nullptr;
     LayoutPane *m_layoutPane = nullptr;
+    LightCreation *m_lightCreation = nullptr;
     DemoGuide *m_demoGuide = nullptr;
     CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;

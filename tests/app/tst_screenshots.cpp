@@ -19,6 +19,10 @@
 #include "model/mapmodel.h"
 #include "support/netnamespace.h"
 #include "ui/aboutdialog.h"
+#include "ui/createlights.h"
+#include "ui/editpreferencesdialog.h"
+#include "ui/createstringdialog.h"
+#include "devices/devicedictionary.h"
 #include "ui/deviceview.h"
 #include "ui/editcontrollerdialog.h"
 #include "ui/lightview.h"
@@ -26,7 +30,9 @@
 #include "ui/uiresources.h"
 #include "ui/widgetuserprompts.h"
 
+#include <QAbstractButton>
 #include <QDir>
+#include <QSpinBox>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPainter>
@@ -51,6 +57,8 @@ private slots:
     void demonstrationFirstWindow();
     void canvasZoomedOutAndIn();
     void simulatedInstallationWithSelection();
+    void creationDialogsAndCanvas();
+    void preferences();
 
 private:
     void save(const QImage &image, const QString &name);
@@ -285,4 +293,62 @@ void tst_Screenshots::canvasZoomedOutAndIn()
     canvas->centerOn(canvas->itemFor(group->children().constFirst())->pos());
     QCoreApplication::processEvents();
     save(canvas->grab().toImage(), QStringLiteral("canvas-zoomed-in.png"));
+}
+
+// The two creation dialogs as they open on the example map, and the canvas after a tile and a
+// back-slash diagonal were added below an empty map.
+void tst_Screenshots::creationDialogsAndCanvas()
+{
+    {
+        const std::unique_ptr<Kestrel> window = windowWithExample();
+        CreateLights lights(window->model(), *DeviceDictionary::instance(), window.get());
+        lights.show();
+        QCoreApplication::processEvents();
+        save(lights.grab().toImage(), QStringLiteral("create-lights.png"));
+        CreateStringDialog string(window->model(), *DeviceDictionary::instance(), window.get());
+        string.setShape(CreationRules::StringShape::Tile);
+        string.findChild<QSpinBox *>(QStringLiteral("m_rowsSpinBox"))->setValue(4);
+        string.findChild<QSpinBox *>(QStringLiteral("m_columnsSpinBox"))->setValue(6);
+        string.show();
+        QCoreApplication::processEvents();
+        save(string.grab().toImage(), QStringLiteral("create-string.png"));
+    }
+    auto prompts = std::make_unique<ScriptedPrompts>();
+    ScriptedPrompts *scripted = prompts.get();
+    Kestrel window(std::move(prompts));
+    window.resize(1280, 800);
+    window.show();
+    const auto press = [](int shape, int rows, int columns, const char *button) {
+        return [=](QDialog &d) {
+            static const char *shapes[] = {"m_horizontalButton", "m_verticalButton",
+                                           "m_backSlashButton", "m_forwardSlashButton",
+                                           "m_tileButton"};
+            d.findChild<QAbstractButton *>(QLatin1String(shapes[shape]))->click();
+            d.findChild<QSpinBox *>(QStringLiteral("m_rowsSpinBox"))->setValue(rows);
+            d.findChild<QSpinBox *>(QStringLiteral("m_columnsSpinBox"))->setValue(columns);
+            d.findChild<QSpinBox *>(QStringLiteral("m_portsSpinBox"))->setValue(2);
+            d.findChild<QAbstractButton *>(QLatin1String(button))->click();
+            return d.result();
+        };
+    };
+    scripted->dialogScripts.enqueue(press(4, 8, 12, "m_addBelowButton"));
+    window.ui().addTileAction->trigger();
+    scripted->dialogScripts.enqueue(press(2, 1, 10, "m_addRightButton"));
+    window.ui().addStringAction->trigger();
+    window.ui().autoZoomAction->trigger();
+    QCoreApplication::processEvents();
+    save(window.grab().toImage(), QStringLiteral("canvas-tile-and-diagonal.png"));
+}
+
+void tst_Screenshots::preferences()
+{
+    EditPreferencesDialog dialog;
+    dialog.setRecentMapsEnabled(true);
+    auto *tabs = dialog.findChild<QTabWidget *>();
+    for (int page = 0; page < tabs->count(); ++page) {
+        tabs->setCurrentIndex(page);
+        dialog.show();
+        QCoreApplication::processEvents();
+        save(dialog.grab().toImage(), QStringLiteral("preferences-%1.png").arg(page));
+    }
 }

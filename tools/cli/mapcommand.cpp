@@ -1,6 +1,7 @@
 #include "mapcommand.h"
 
 #include "clicommand.h"
+#include "mapcreatecommand.h"
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
@@ -11,10 +12,11 @@ namespace {
 const QString kUsage = QStringLiteral(
     "Usage: orrery-cli map info [--json] FILE\n"
     "       orrery-cli map resave IN OUT\n"
-    "\n"
+    "%1\n\n"
     "  info     load a map and print its counts and the loader's messages;\n"
     "           --json prints the whole map as one JSON document\n"
-    "  resave   load a map and write it again in the current format");
+    "  resave   load a map and write it again in the current format\n%2")
+                             .arg(mapCreateSynopsis(), mapCreateHelp());
 
 int runInfo(const QStringList &arguments)
 {
@@ -88,6 +90,12 @@ int runMapCommand(const QStringList &arguments)
         return runInfo(rest);
     if (sub == QLatin1String("resave"))
         return runResave(rest);
+    if (sub == QLatin1String("new"))
+        return runMapNew(rest);
+    if (sub == QLatin1String("add-lights"))
+        return runMapAddLights(rest);
+    if (sub == QLatin1String("add-string"))
+        return runMapAddString(rest);
     if (sub == QLatin1String("--help") || sub == QLatin1String("-h") || sub.isEmpty()) {
         (sub.isEmpty() ? err() : out()) << kUsage << Qt::endl;
         return sub.isEmpty() ? ExitUsage : ExitOk;
