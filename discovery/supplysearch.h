@@ -17,16 +17,28 @@ class SupplySearch final : public QObject
 public:
     explicit SupplySearch(DiscoveryEngine &engine, QObject *parent = nullptr);
 
+    // Time between repeats: several tries even in a short listening time, and about five a
+    // second in a long one, so that a supply is missed only when every one of its many
+    // answers is lost.
+    static int repeatIntervalMs(int listenMs);
+
     void start(int listenMs);
     void cancel();
     bool isRunning() const { return m_deadline.isActive(); }
 
     QList<DataSupply *> supplies() const;
     bool portsKnown(const DataSupply *supply) const;
+    // Supplies found whose port count never answered.
+    QList<DataSupply *> suppliesWithoutPorts() const;
+    // The other supplies found that report the same serial number (at other addresses).
+    QList<DataSupply *> sharingSerial(const DataSupply *supply) const;
 
 signals:
     void supplyFound(DataSupply *supply);
     void portsFound(DataSupply *supply);
+    // Two addresses answered with one serial: usually a unit whose serial was never set or
+    // was cloned. Both stay supplies of their own.
+    void duplicateSerialFound(DataSupply *supply, DataSupply *earlier);
     void finished();
 
 private:
