@@ -48,8 +48,9 @@ QList<int> LightSearch::unansweredPorts(const DataSupply *supply) const
         // Streaming ports carry a universe, not lights that answer scans.
         if (port.type == DataSupply::kSacnPort || port.type == DataSupply::kArtNetPort)
             continue;
-        // Scan answers name ports by their wire number, counted from 1.
-        if (!scanned.contains(port.number - 1))
+        // Scan answers name ports by their wire number, counted from 1; a port of the map
+        // without a number (made by hand, or by an older version) is taken by its place.
+        if (!scanned.contains(port.number > 0 ? port.number - 1 : i))
             ports << i;
     }
     return ports;

@@ -10,6 +10,7 @@ SupplySearch::SupplySearch(DiscoveryEngine &engine, QObject *parent)
 {
     m_deadline.setSingleShot(true);
     connect(&m_repeat, &QTimer::timeout, this, &SupplySearch::handleTick);
+    connect(&m_portRepeat, &QTimer::timeout, this, &SupplySearch::handlePortTick);
     connect(&m_deadline, &QTimer::timeout, this, &SupplySearch::finish);
     connect(&m_engine, &DiscoveryEngine::discoveredController, this,
             &SupplySearch::handleDiscoveredController);
@@ -27,6 +28,7 @@ void SupplySearch::start(int listenMs)
     m_found.clear();
     m_portsKnown.clear();
     m_repeat.start(repeatIntervalMs(listenMs));
+    m_portRepeat.start(std::max(25, repeatIntervalMs(listenMs) / 2));
     m_deadline.start(listenMs);
     m_engine.discoverControllers();
 }
@@ -71,6 +73,10 @@ QList<DataSupply *> SupplySearch::sharingSerial(const DataSupply *supply) const
 void SupplySearch::handleTick()
 {
     m_engine.repeatDiscover();
+}
+
+void SupplySearch::handlePortTick()
+{
     for (DataSupply *supply : qAsConst(m_found)) {
         if (m_engine.portsPending(supply))
             m_engine.discoverPorts(supply);
@@ -105,6 +111,7 @@ void SupplySearch::handleDiscoveredPorts(quint64 uid, int portCount)
 void SupplySearch::finish()
 {
     m_repeat.stop();
+    m_portRepeat.stop();
     m_deadline.stop();
     emit finished();
 }

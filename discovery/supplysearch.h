@@ -9,8 +9,9 @@ class DataSupply;
 class DiscoveryEngine;
 
 // Finds the supplies on the network and their ports. Networks lose datagrams, so for the
-// whole listening time the discover request is repeated, and so is the port query of every
-// supply whose ports have not answered yet; each supply is reported once.
+// whole listening time the discover request is repeated, and so, twice as often, is the port
+// query of every supply whose ports have not answered yet (a supply found late in the
+// listening time has little of it left); each supply is reported once.
 class SupplySearch final : public QObject
 {
     Q_OBJECT
@@ -43,12 +44,14 @@ signals:
 
 private:
     void handleTick();
+    void handlePortTick();
     void handleDiscoveredController(DataSupply *supply);
     void handleDiscoveredPorts(quint64 uid, int portCount);
     void finish();
 
     DiscoveryEngine &m_engine;
     QTimer m_repeat;
+    QTimer m_portRepeat;
     QTimer m_deadline;
     QList<DataSupply *> m_found;
     QSet<quint64> m_portsKnown;
