@@ -16,15 +16,25 @@ int dmxAddressOf(const Light &light)
     return DmxAddress::addressFromText(light.deviceProperty(QStringLiteral("DMX_OFFSET")));
 }
 
-namespace {
-
-DataSupply *supplyWithSerial(const MapModel &model, quint64 serial)
+DataSupply *mapSupplyMatching(const MapModel &model, const DiscoveryEngine &engine,
+                              const DataSupply &found)
 {
-    const QList<DataSupply *> supplies = model.dataSupplies();
-    const auto it = std::find_if(supplies.cbegin(), supplies.cend(),
-                                 [serial](const DataSupply *s) { return s->serialNumber() == serial; });
-    return it == supplies.cend() ? nullptr : *it;
+    DataSupply *moved = nullptr;
+    for (DataSupply *supply : model.dataSupplies()) {
+        if (supply->serialNumber() != found.serialNumber())
+            continue;
+        if (supply->ipAddress() == found.ipAddress())
+            return supply;
+        const DataSupply *atItsAddress = engine.supplyAt(supply->ipAddress().toIPv4Address());
+        const bool answeredThere =
+            atItsAddress && atItsAddress->serialNumber() == supply->serialNumber();
+        if (!answeredThere && !moved)
+            moved = supply;
+    }
+    return moved;
 }
+
+namespace {
 
 QSet<quint64> lightSerials(const MapModel &model)
 {
@@ -51,7 +61,7 @@ DiscoveredMapResult addDiscoveredToMap(MapModel &model, DiscoveryEngine &engine,
     DiscoveredMapResult result;
     QHash<quint64, DataSupply *> mapSupplyFor; // discovered uid -> supply in the map
     for (DataSupply *found : supplies) {
-        if (DataSupply *existing = supplyWithSerial(model, found->serialNumber())) {
+        if (DataSupply *existing = mapSupplyMatching(model, engine, *found)) {
             mapSupplyFor.insert(found->uid(), existing);
             continue;
         }

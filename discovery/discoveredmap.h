@@ -7,7 +7,14 @@ class DiscoveryEngine;
 class Light;
 class MapModel;
 
-// Puts what discovery found into the map. Supplies whose serial the map already holds are
+// The supply of the map that a discovered supply is: the one with its serial at its address,
+// else one with its serial whose own address did not answer with that serial (a supply that
+// moved). Null when the map does not hold it: two units sharing a serial at two addresses are
+// two supplies.
+DataSupply *mapSupplyMatching(const MapModel &model, const DiscoveryEngine &engine,
+                              const DataSupply &found);
+
+// Puts what discovery found into the map. Supplies the map already holds (see above) are
 // reused rather than added twice, and lights whose serial it holds are left out; new objects
 // get fresh uids, lights point at their supply's map uid, join its light list, and are laid
 // out on the grid in one row per supply and port, below whatever the map already shows.

@@ -1,17 +1,16 @@
 #include "discovery/discoveryengine.h"
 
 #include "discovery/discoverylogging.h"
+#include "discovery/sendfailure.h"
 #include "model/datasupply.h"
 #include "model/light.h"
-#include "model/mapmodel.h"
+#include "model/uidallocator.h"
+#include "net/ksocket.h"
 #include "net/streamoutput.h"
 #include "net/vistra.h"
 
 #include <QHostAddress>
 #include <QThread>
-
-#include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -44,23 +43,6 @@ QString macText(const char *mac)
 int scanKind(const DataSupply &supply)
 {
     return supply.version();
-}
-
-// A 512-byte frame from whatever the supply built: cut or zero-padded.
-// A supply without an address (0.0.0.0, or none) gets no unicast frames: sending them
-// anywhere else would light other supplies' fixtures.
-bool hasUnicastAddress(const QString &ip)
-{
-    return !ip.isEmpty() && ip != QLatin1String("0.0.0.0");
-}
-
-QByteArray fullFrame(const QByteArray &data)
-{
-    if (data.size() == 512)
-        return data;
-    QByteArray frame(512, '\0');
-    std::memcpy(frame.data(), data.constData(), size_t(std::min(data.size(), 512)));
-    return frame;
 }
 
 } // namespace
@@ -101,6 +83,8 @@ void DiscoveryEngine::connectProtocol()
     connect(m_protocol, &Vistra::signalBlinkScan2XRDMResponse, this,
             &DiscoveryEngine::handleBlinkScan2XRDMResponse);
     connect(m_protocol, &Vistra::signalRDMGetReply, this, &DiscoveryEngine::handleRDMGetReply);
+    connect(m_protocol, &Vistra::signalRDMGetRefused, this,
+            &DiscoveryEngine::handleRDMGetRefused);
 }
 
 void DiscoveryEngine::disconnectProtocol()
@@ -129,8 +113,11 @@ void DiscoveryEngine::discoverControllers()
     m_suppliesByUid.clear();
     m_lightsBySerial.clear();
     m_lightsPerPort.clear();
+    m_portsPending.clear();
+    m_refused.clear();
     m_runs.clear();
     m_pendingVariables.clear();
+    m_sendFailures.clear();
     repeatDiscover();
 }
 
@@ -143,6 +130,8 @@ void DiscoveryEngine::forgetLights()
     }
     m_lightsBySerial.clear();
     m_lightsPerPort.clear();
+    m_refused.clear();
+    m_sendFailures.clear();
 }
 
 void DiscoveryEngine::abandonReads()
@@ -155,7 +144,26 @@ void DiscoveryEngine::abandonReads()
 
 void DiscoveryEngine::repeatDiscover()
 {
-    m_protocol->discover(kDiscoverTarget);
+    noteSent(m_protocol->discover(kDiscoverTarget), broadcastDestination());
+}
+
+QString DiscoveryEngine::broadcastDestination() const
+{
+    return m_protocol->socket() ? m_protocol->socket()->broadcastAddress().toString() : QString();
+}
+
+bool DiscoveryEngine::noteSent(bool sent, const QString &destination)
+{
+    if (sent || !m_protocol->socket())
+        return sent;
+    const QString reason = sendFailureReason(*m_protocol->socket(), destination);
+    if (m_sendFailures.contains(reason))
+        return false;
+    m_sendFailures.insert(reason);
+    const QString message = QStringLiteral("Cannot send to %1: %2").arg(destination, reason);
+    qCWarning(lcDiscovery).noquote() << message;
+    emit sendFailed(message);
+    return false;
 }
 
 QList<DataSupply *> DiscoveryEngine::supplies() const
@@ -214,8 +222,12 @@ void DiscoveryEngine::addDiscoveredSupply(const char *mac, quint32 ip, quint64 s
     if (!m_protocol || m_suppliesByAddress.contains(ip))
         return;
     auto *supply = new DataSupply(DataSupply::VistraIp, this);
-    // Discovered supplies get a uid of their own from the serial until the map assigns one.
-    supply->setUid(sn);
+    // Discovered supplies get a uid of their own from the serial until the map assigns one;
+    // a second supply reporting the same serial (a clone) gets a fresh one.
+    quint64 uid = sn;
+    if (m_suppliesByUid.contains(uid))
+        uid = UidAllocator::next([this](quint64 u) { return m_suppliesByUid.contains(u); });
+    supply->setUid(uid);
     supply->setName(QString::fromLatin1(idstring));
     supply->setSerialNumber(sn);
     supply->setUniverse(uni);
@@ -224,6 +236,18 @@ void DiscoveryEngine::addDiscoveredSupply(const char *mac, quint32 ip, quint64 s
     supply->setVersion(ver);
     supply->setVersionString(QString::fromLatin1(verstring));
     supply->setFamily(QString::fromLatin1(idstring));
+    if (ver == 1) {
+        // A first-generation supply drives one port of serial-numbered lights and cannot be
+        // asked about it; it is recorded as later supplies report such a port: number 1
+        // (ports are numbered from 1, as on the supplies' labels), type 1.
+        supply->setPortCount(1);
+        supply->setPort(0, SupplyPort{1, 1, 0});
+    } else {
+        // Nothing is known of the ports until the supply answers the port query.
+        supply->setPortCount(0);
+        if (ver == 2 || ver == 3)
+            m_portsPending.insert(uid);
+    }
     m_suppliesByAddress.insert(ip, supply);
     m_suppliesByUid.insert(supply->uid(), supply);
     connectOutput(supply);
@@ -243,6 +267,7 @@ void DiscoveryEngine::handleDiscoverPortsResponse(unsigned int ip, unsigned char
         supply->setPortCount(portcount);
     for (int i = 0; i < portcount; ++i)
         supply->setPort(i, SupplyPort{portnums[i], porttypes[i], supply->port(i).flags});
+    m_portsPending.remove(supply->uid());
     emit discoveredPorts(supply->uid(), portcount);
 }
 
@@ -257,44 +282,6 @@ void DiscoveryEngine::registerSupply(DataSupply *supply)
     scanLights(supply);
 }
 
-void DiscoveryEngine::driveMap(MapModel &model)
-{
-    for (DataSupply *supply : model.dataSupplies())
-        connectOutput(supply);
-    connect(&model, &MapModel::newDataSupply, this,
-            [this, &model](quint64 uid) { connectOutput(model.dataSupply(uid)); });
-}
-
-void DiscoveryEngine::connectOutput(DataSupply *supply)
-{
-    if (!supply)
-        return;
-    disconnect(supply, nullptr, this, nullptr);
-    connect(supply, &DataSupply::signalSendDmxFrame, this, &DiscoveryEngine::handleSendDMXFrame);
-    connect(supply, &DataSupply::signalSendPortOut, this, &DiscoveryEngine::handleSendPortOut);
-    connect(supply, &DataSupply::signalSendBroadcastDmxFrame, this,
-            &DiscoveryEngine::handleSendBroadcastDmxFrame);
-    connect(supply, &DataSupply::signalSendBroadcastPortOut, this,
-            &DiscoveryEngine::handleSendBroadcastPortOut);
-    // A streaming port's number is its universe; the supply says which port it is sending.
-    // Supplies of type 7 are reached without an address (multicast, broadcast).
-    const auto universeAndAddress = [supply](const QString &ip) {
-        const SupplyPort port = supply->port(supply->emittingPortIndex());
-        const QString address = supply->type() == DataSupply::SacnAlternate ? QString() : ip;
-        return std::make_pair(quint16(port.number), address);
-    };
-    connect(supply, &DataSupply::signalSendSACNData, this,
-            [this, universeAndAddress](const QString &ip, const QByteArray &data) {
-                const auto [universe, address] = universeAndAddress(ip);
-                m_stream->sendSacn(address, universe, data);
-            });
-    connect(supply, &DataSupply::signalSendArtNetData, this,
-            [this, universeAndAddress](const QString &ip, const QByteArray &data) {
-                const auto [universe, address] = universeAndAddress(ip);
-                m_stream->sendArtNet(address, universe, data);
-            });
-}
-
 void DiscoveryEngine::scanLights(DataSupply *supply)
 {
     if (!supply)
@@ -302,11 +289,11 @@ void DiscoveryEngine::scanLights(DataSupply *supply)
     const QString ip = QString::fromLatin1(supply->ipText());
     switch (scanKind(*supply)) {
     case 1:
-        m_protocol->blinkScan(ip);
+        noteSent(m_protocol->blinkScan(ip), ip);
         break;
     case 2:
     case 3:
-        m_protocol->blinkScan2(ip);
+        noteSent(m_protocol->blinkScan2(ip), ip);
         break;
     default:
         break;
@@ -323,12 +310,19 @@ void DiscoveryEngine::discoverPorts(DataSupply *supply)
         emit discoveredPorts(supply->uid(), 1);
         break;
     case 2:
-    case 3:
-        m_protocol->discoverPorts(QString::fromLatin1(supply->ipText()));
+    case 3: {
+        const QString ip = QString::fromLatin1(supply->ipText());
+        noteSent(m_protocol->discoverPorts(ip), ip);
         break;
+    }
     default:
         break;
     }
+}
+
+bool DiscoveryEngine::portsPending(const DataSupply *supply) const
+{
+    return supply && m_portsPending.contains(supply->uid());
 }
 
 Light *DiscoveryEngine::addDiscoveredLight(DataSupply &supply, quint64 serial, unsigned int port)
@@ -354,6 +348,7 @@ void DiscoveryEngine::handleBlinkScanResponse(unsigned int ip, unsigned int seri
     DataSupply *supply = m_suppliesByAddress.value(ip);
     if (!supply)
         return;
+    emit scannedPort(supply->uid(), 0);
     if (Light *light = addDiscoveredLight(*supply, serial, 0)) {
         QList<Light *> list{light};
         emit discoveredLights(list);
@@ -367,8 +362,9 @@ void DiscoveryEngine::handleBlinkScan2SNResponse(unsigned int ip, unsigned char 
     DataSupply *supply = m_suppliesByAddress.value(ip);
     if (!supply || portNum == 0)
         return;
-    QList<Light *> found;
     // Ports are counted from 1 on the wire and from 0 in the map.
+    emit scannedPort(supply->uid(), portNum - 1);
+    QList<Light *> found;
     for (quint64 serial : qAsConst(snList)) {
         if (Light *light = addDiscoveredLight(*supply, serial, portNum - 1u))
             found << light;
@@ -383,6 +379,7 @@ void DiscoveryEngine::handleBlinkScan2XRDMResponse(uint ip, unsigned char portNu
     DataSupply *supply = m_suppliesByAddress.value(ip);
     if (!supply || portNum == 0)
         return;
+    emit scannedPort(supply->uid(), portNum - 1);
     QList<Light *> found;
     for (quint64 uid : qAsConst(uidList)) {
         if (Light *light = addDiscoveredLight(*supply, uid, portNum - 1u))
@@ -398,6 +395,8 @@ void DiscoveryEngine::handleCAScanResponse(unsigned int ip, unsigned char port1,
     DataSupply *supply = m_suppliesByAddress.value(ip);
     if (!supply)
         return;
+    emit scannedPort(supply->uid(), 0);
+    emit scannedPort(supply->uid(), 1);
     emit discoveredChainAddressedCounts(supply->uid(), 0, {port1});
     emit discoveredChainAddressedCounts(supply->uid(), 1, {port2});
 }
@@ -410,6 +409,7 @@ void DiscoveryEngine::handleBlinkScan2CAResponse(unsigned int ip, unsigned char 
     DataSupply *supply = m_suppliesByAddress.value(ip);
     if (!supply || portNum == 0)
         return;
+    emit scannedPort(supply->uid(), portNum - 1);
     emit discoveredChainAddressedCounts(supply->uid(), portNum - 1, snCountPerPort);
 }
 
@@ -438,6 +438,11 @@ bool DiscoveryEngine::hasPendingReads() const
     return !m_runs.isEmpty() || !m_pendingVariables.isEmpty();
 }
 
+QVector<quint16> DiscoveryEngine::refusedParameters(const Light *light) const
+{
+    return light ? m_refused.value(light->serialNumber()) : QVector<quint16>();
+}
+
 void DiscoveryEngine::armTimer(const char *method, const QString &ip, quint64 serial,
                                quint16 readAddress)
 {
@@ -455,6 +460,7 @@ void DiscoveryEngine::readLightData(const QList<Light *> &lights)
             continue;
         const quint64 serial = light->serialNumber();
         m_lightsBySerial.insert(serial, light);
+        m_refused.remove(serial);
         const QString ip = ipOfLight(*light);
         ReadRun run;
         if (serial <= kClassicSerialLimit) {
@@ -463,14 +469,15 @@ void DiscoveryEngine::readLightData(const QList<Light *> &lights)
             run.items += m_readPlan->furtherAddresses(*light);
             m_runs.insert(serial, run);
             // The first request of each light goes out unguarded; its answer arms the timer.
-            m_protocol->blinkEERead(ip, static_cast<quint32>(serial), kDmxOffsetHigh);
+            noteSent(m_protocol->blinkEERead(ip, static_cast<quint32>(serial), kDmxOffsetHigh),
+                     ip);
         } else {
             run.rdm = true;
             run.items = {kRdmDeviceInfo};
             run.items += m_readPlan->furtherRdmParameters(*light);
             m_runs.insert(serial, run);
             QThread::msleep(kRdmPauseMs);
-            m_protocol->rdmGet(ip, serial, kRdmDeviceInfo);
+            noteSent(m_protocol->rdmGet(ip, serial, kRdmDeviceInfo), ip);
             armTimer("XRDMGet", ip, serial, kRdmDeviceInfo);
         }
     }
@@ -490,10 +497,11 @@ void DiscoveryEngine::resumeLightData(Light *light)
     const quint16 item = run->items.at(run->next);
     if (run->rdm) {
         QThread::msleep(kRdmPauseMs);
-        m_protocol->rdmGet(ip, light->serialNumber(), item);
+        noteSent(m_protocol->rdmGet(ip, light->serialNumber(), item), ip);
         armTimer("XRDMGet", ip, light->serialNumber(), item);
     } else {
-        m_protocol->blinkEERead(ip, static_cast<quint32>(light->serialNumber()), item);
+        noteSent(m_protocol->blinkEERead(ip, static_cast<quint32>(light->serialNumber()), item),
+                 ip);
         armTimer("EERead", ip, light->serialNumber(), item);
     }
 }
@@ -541,7 +549,7 @@ void DiscoveryEngine::handleBlinkEEReadResponse(unsigned int ip, unsigned int sn
     }
     const quint16 nextAddress = run->items.at(run->next);
     const QString lightIp = ipOfLight(*light);
-    m_protocol->blinkEERead(lightIp, sn, nextAddress);
+    noteSent(m_protocol->blinkEERead(lightIp, sn, nextAddress), lightIp);
     armTimer("EERead", lightIp, sn, nextAddress);
 }
 
@@ -552,22 +560,46 @@ void DiscoveryEngine::handleRDMGetReply(quint32 ip, quint64 uid, quint16 pid, QS
     if (!light)
         return;
     m_readPlan->applyRdmValue(*light, pid, data);
+    advanceRdmRun(*light, pid);
+}
+
+void DiscoveryEngine::handleRDMGetRefused(quint32 ip, quint64 uid, quint16 pid, quint16 reason)
+{
+    Q_UNUSED(ip)
+    Light *light = m_lightsBySerial.value(uid);
+    if (!light)
+        return;
+    // A device may refuse a parameter it does not keep (E1.20 NACK). That is its answer:
+    // the property stays unset, and the run goes on with the next parameter.
+    qCDebug(lcDiscovery).noquote() << QStringLiteral("light %1 refused parameter 0x%2 (reason %3)")
+                                          .arg(uid, 12, 16, QLatin1Char('0'))
+                                          .arg(pid, 4, 16, QLatin1Char('0'))
+                                          .arg(reason);
+    QVector<quint16> &refused = m_refused[uid];
+    if (!refused.contains(pid))
+        refused << pid;
+    advanceRdmRun(*light, pid);
+}
+
+void DiscoveryEngine::advanceRdmRun(Light &light, quint16 answeredPid)
+{
+    const quint64 uid = light.serialNumber();
     auto run = m_runs.find(uid);
     if (run == m_runs.end())
         stopGuarding(uid);
     if (run == m_runs.end() || !run->rdm || run->next >= run->items.size()
-        || run->items.at(run->next) != pid)
+        || run->items.at(run->next) != answeredPid)
         return;
     m_readTimer.stop();
     ++run->next;
     if (run->next >= run->items.size()) {
-        finishLight(*light);
+        finishLight(light);
         return;
     }
     const quint16 nextPid = run->items.at(run->next);
-    const QString lightIp = ipOfLight(*light);
+    const QString lightIp = ipOfLight(light);
     QThread::msleep(kRdmPauseMs);
-    m_protocol->rdmGet(lightIp, uid, nextPid);
+    noteSent(m_protocol->rdmGet(lightIp, uid, nextPid), lightIp);
     armTimer("XRDMGet", lightIp, uid, nextPid);
 }
 
@@ -601,7 +633,7 @@ void DiscoveryEngine::readDeviceVariables(DataSupply *supply, const QVector<quin
     const quint32 address = supply->ipAddress().toIPv4Address();
     m_pendingVariables.insert(address, ids);
     const QString ip = QString::fromLatin1(supply->ipText());
-    m_protocol->getDeviceVariable(ip, ids.constFirst());
+    noteSent(m_protocol->getDeviceVariable(ip, ids.constFirst()), ip);
     armTimer("KGet", ip, supply->serialNumber(), ids.constFirst());
     m_retry = true;
 }
@@ -625,7 +657,7 @@ void DiscoveryEngine::handleDeviceVariableReply(uint ip, quint16 valueId, quint3
         return;
     }
     const QString text = QString::fromLatin1(supply->ipText());
-    m_protocol->getDeviceVariable(text, pending->constFirst());
+    noteSent(m_protocol->getDeviceVariable(text, pending->constFirst()), text);
     armTimer("KGet", text, supply->serialNumber(), pending->constFirst());
 }
 
@@ -643,60 +675,13 @@ void DiscoveryEngine::handleTimeout()
     resetProtocolSocket();
     qCDebug(lcDiscovery) << "Retry read";
     if (method == QLatin1String("EERead"))
-        m_protocol->blinkEERead(ip, static_cast<quint32>(serial), readAddress);
+        noteSent(m_protocol->blinkEERead(ip, static_cast<quint32>(serial), readAddress), ip);
     else if (method == QLatin1String("XRDMGet"))
-        m_protocol->rdmGet(ip, serial, readAddress);
+        noteSent(m_protocol->rdmGet(ip, serial, readAddress), ip);
     else if (method == QLatin1String("KGet"))
-        m_protocol->getDeviceVariable(ip, readAddress);
+        noteSent(m_protocol->getDeviceVariable(ip, readAddress), ip);
     // The guard is re-armed as an RDM get whatever was resent; existing installations
     // behave this way and a later retry of a classic read therefore goes out as an RDM get.
     armTimer("XRDMGet", ip, serial, readAddress & 0xFFFF);
     m_retry = true;
-}
-
-void DiscoveryEngine::handleSendDMXFrame(const QString &ip, quint16 startCode, quint16 timerVal,
-                                         const QByteArray &dmxData)
-{
-    Q_UNUSED(startCode)
-    Q_UNUSED(timerVal)
-    if (!hasUnicastAddress(ip))
-        return;
-    const QByteArray frame = fullFrame(dmxData);
-    m_protocol->sendDmx(ip.left(Vistra::kAddressTextLimit), 0, 0,
-                        reinterpret_cast<const uchar *>(frame.constData()), frame.size());
-}
-
-void DiscoveryEngine::handleSendPortOut(const QString &ip, quint32 universe, quint8 port,
-                                        quint16 flags, quint16 startCode,
-                                        const QByteArray &dmxData)
-{
-    Q_UNUSED(universe)
-    Q_UNUSED(flags)
-    if (!hasUnicastAddress(ip))
-        return;
-    const QByteArray frame = fullFrame(dmxData);
-    m_protocol->sendPortOut(ip.left(Vistra::kAddressTextLimit), 0xFFFFFFFF, port, 0, frame.size(),
-                            startCode, reinterpret_cast<const uchar *>(frame.constData()));
-}
-
-void DiscoveryEngine::handleSendBroadcastDmxFrame(quint32 universe, quint16 startCode,
-                                                  quint16 timerVal, const QByteArray &dmxData)
-{
-    Q_UNUSED(universe)
-    Q_UNUSED(startCode)
-    Q_UNUSED(timerVal)
-    const QByteArray frame = fullFrame(dmxData);
-    m_protocol->sendBroadcastDmx(0, 0, reinterpret_cast<const uchar *>(frame.constData()),
-                                 frame.size());
-}
-
-void DiscoveryEngine::handleSendBroadcastPortOut(quint32 universe, quint8 port, quint16 flags,
-                                                 quint16 startCode, const QByteArray &dmxData)
-{
-    Q_UNUSED(universe)
-    Q_UNUSED(flags)
-    // As for unicast port out, the frame goes out whole with flags 0.
-    const QByteArray frame = fullFrame(dmxData);
-    m_protocol->sendBroadcastPortOut(DataSupply::kNoUniverse, port, 0, frame.size(), startCode,
-                                     reinterpret_cast<const uchar *>(frame.constData()));
 }

@@ -27,6 +27,10 @@ class Vistra;
 // Supplies and lights that discovery creates belong to the engine until a caller takes them
 // with takeSupply()/takeLight() (to put them into the map). Supplies the user already has are
 // only registered: the engine refers to them and never deletes them.
+//
+// A supply is a device at an address. Two answers from two addresses are two supplies with
+// uids of their own even when they report the same serial number, as factory-fresh and
+// cloned units do; a discovered supply's uid is its serial unless another supply holds it.
 class DiscoveryEngine final : public QObject
 {
     Q_OBJECT
@@ -64,6 +68,9 @@ public:
     // Scans a known supply for lights again (blink scan or blink scan 2 by protocol kind).
     void scanLights(DataSupply *supply);
     void discoverPorts(DataSupply *supply);
+    // True for a discovered supply whose port count has not answered yet; its port list stays
+    // empty until then rather than showing a port nobody reported.
+    bool portsPending(const DataSupply *supply) const;
     // Forgets the lights earlier scans found (deleting those nobody took) and their read
     // runs, so that the next scan reports every light again, those already in the map too.
     void forgetLights();
@@ -92,6 +99,9 @@ public:
     // How many steps of the light's current run have been answered; -1 without a run.
     int readProgress(const Light *light) const;
     bool hasPendingReads() const;
+    // RDM parameters the light refused (NACK) in its last read run. A refusal is an answer:
+    // the run moves on and the parameter's property is left unset.
+    QVector<quint16> refusedParameters(const Light *light) const;
 
     // Hands a discovered object to the caller; it stays known to the engine by address or
     // serial, so later replies still reach it while it lives.
@@ -108,6 +118,11 @@ signals:
     void lightDataReadComplete(quint64 lightId);
     // Chain-addressed ports report how many lights they drive rather than which.
     void discoveredChainAddressedCounts(quint64 supplyUid, int port, QVector<quint64> counts);
+    // A scan answer named this port (0-based index), with or without lights.
+    void scannedPort(quint64 supplyUid, int port);
+    // A request could not be sent; reported once per reason until discovery starts over or
+    // forgets its lights.
+    void sendFailed(const QString &message);
 
 public slots:
     void handleTimeout();
@@ -128,6 +143,7 @@ public slots:
                                         quint32 uni, char *verstring, char *idstring);
     void handleBlinkScan2XRDMResponse(uint ip, unsigned char portNum, QVector<quint64> uidList);
     void handleRDMGetReply(quint32 ip, quint64 uid, quint16 pid, QString data);
+    void handleRDMGetRefused(quint32 ip, quint64 uid, quint16 pid, quint16 reason);
     void handleSendDMXFrame(const QString &ip, quint16 startCode, quint16 timerVal,
                             const QByteArray &dmxData);
     void handleSendPortOut(const QString &ip, quint32 universe, quint8 port, quint16 flags,
@@ -145,7 +161,11 @@ private:
     Light *addDiscoveredLight(DataSupply &supply, quint64 serial, unsigned int port);
     QString ipOfLight(const Light &light) const;
     void armTimer(const char *method, const QString &ip, quint64 serial, quint16 readAddress);
+    void advanceRdmRun(Light &light, quint16 answeredPid);
     void finishLight(Light &light);
+    // Tells the user once per reason when a request could not be handed to the network.
+    bool noteSent(bool sent, const QString &destination);
+    QString broadcastDestination() const;
     void stopGuarding(quint64 serial);
     void setDmxOffsetByte(Light &light, bool high, quint8 value);
 
@@ -154,6 +174,9 @@ private:
     QHash<quint32, QPointer<DataSupply>> m_suppliesByAddress;
     QHash<quint64, QPointer<DataSupply>> m_suppliesByUid;
     QHash<quint64, QPointer<Light>> m_lightsBySerial;
+    QSet<quint64> m_portsPending;
+    QHash<quint64, QVector<quint16>> m_refused;
+    QSet<QString> m_sendFailures;
     // Lights found so far per (supply uid, port): the next light's number on that port.
     QHash<QPair<quint64, unsigned int>, int> m_lightsPerPort;
     // One light's read run: memory addresses (classic) or RDM parameter ids, and the index

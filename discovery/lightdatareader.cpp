@@ -1,5 +1,6 @@
 #include "discovery/lightdatareader.h"
 
+#include "discovery/discoveredmap.h"
 #include "discovery/discoveryengine.h"
 #include "model/light.h"
 
@@ -18,6 +19,7 @@ void LightDataReader::start(const QList<Light *> &lights)
     m_lights.clear();
     m_read = 0;
     m_failed = 0;
+    m_incomplete = 0;
     m_resends = 0;
     begin(lights);
 }
@@ -48,7 +50,7 @@ void LightDataReader::begin(const QList<Light *> &lights)
     m_clock.start();
     m_check.start();
     fillWindow();
-    emit progress(m_read + m_failed, m_states.size());
+    emit progress(doneCount(), m_states.size());
     finishIfDone();
 }
 
@@ -108,9 +110,15 @@ void LightDataReader::handleComplete(quint64 lightUid)
         return;
     if (state(lightUid) == State::NoAnswer)
         --m_failed; // a late answer still counts
-    ++m_read;
-    setState(lightUid, State::Read);
-    emit progress(m_read + m_failed, m_states.size());
+    const Light *light = m_lights.value(lightUid);
+    if (light && dmxAddressOf(*light) > 0) {
+        ++m_read;
+        setState(lightUid, State::Read);
+    } else {
+        ++m_incomplete;
+        setState(lightUid, State::Incomplete);
+    }
+    emit progress(doneCount(), m_states.size());
     fillWindow();
     finishIfDone();
 }
@@ -145,7 +153,7 @@ void LightDataReader::handleCheck()
         setState(uid, State::NoAnswer);
     }
     if (!givenUp.isEmpty()) {
-        emit progress(m_read + m_failed, m_states.size());
+        emit progress(doneCount(), m_states.size());
         fillWindow();
         finishIfDone();
     }

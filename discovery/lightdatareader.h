@@ -20,7 +20,10 @@ class LightDataReader final : public QObject
 {
     Q_OBJECT
 public:
-    enum class State { Waiting, Reading, Read, NoAnswer };
+    // Incomplete: the light answered every step but what the map needs of it, a valid DMX
+    // start address, was not among the answers (an RDM fixture refused it, or the stored
+    // value is out of range).
+    enum class State { Waiting, Reading, Read, NoAnswer, Incomplete };
     Q_ENUM(State)
 
     explicit LightDataReader(DiscoveryEngine &engine, QObject *parent = nullptr);
@@ -45,6 +48,7 @@ public:
     int total() const { return m_states.size(); }
     int readCount() const { return m_read; }
     int failedCount() const { return m_failed; }
+    int incompleteCount() const { return m_incomplete; }
     // Requests sent again because an answer did not come in time (a measure of loss).
     int resendCount() const { return m_resends; }
     QList<quint64> unfinished() const;
@@ -70,6 +74,7 @@ private:
     void handleComplete(quint64 lightUid);
     void handleCheck();
     void finishIfDone();
+    int doneCount() const { return m_read + m_failed + m_incomplete; }
 
     DiscoveryEngine &m_engine;
     int m_window = 128;
@@ -81,6 +86,7 @@ private:
     QHash<quint64, QPointer<Light>> m_lights;
     int m_read = 0;
     int m_failed = 0;
+    int m_incomplete = 0;
     int m_resends = 0;
     QElapsedTimer m_clock;
     QTimer m_check;

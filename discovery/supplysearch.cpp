@@ -10,6 +10,7 @@ SupplySearch::SupplySearch(DiscoveryEngine &engine, QObject *parent)
 {
     m_deadline.setSingleShot(true);
     connect(&m_repeat, &QTimer::timeout, this, &SupplySearch::handleTick);
+    connect(&m_portRepeat, &QTimer::timeout, this, &SupplySearch::handlePortTick);
     connect(&m_deadline, &QTimer::timeout, this, &SupplySearch::finish);
     connect(&m_engine, &DiscoveryEngine::discoveredController, this,
             &SupplySearch::handleDiscoveredController);
@@ -17,12 +18,17 @@ SupplySearch::SupplySearch(DiscoveryEngine &engine, QObject *parent)
             &SupplySearch::handleDiscoveredPorts);
 }
 
+int SupplySearch::repeatIntervalMs(int listenMs)
+{
+    return std::clamp(listenMs / 10, 50, 200);
+}
+
 void SupplySearch::start(int listenMs)
 {
     m_found.clear();
     m_portsKnown.clear();
-    // Four or more tries within the listening time, at most one every half second.
-    m_repeat.start(std::clamp(listenMs / 4, 50, 500));
+    m_repeat.start(repeatIntervalMs(listenMs));
+    m_portRepeat.start(std::max(25, repeatIntervalMs(listenMs) / 2));
     m_deadline.start(listenMs);
     m_engine.discoverControllers();
 }
@@ -40,14 +46,39 @@ QList<DataSupply *> SupplySearch::supplies() const
 
 bool SupplySearch::portsKnown(const DataSupply *supply) const
 {
-    return supply && m_portsKnown.contains(supply->uid());
+    // An answer after the search ended (while lights are scanned) still counts.
+    return supply && (m_portsKnown.contains(supply->uid()) || !m_engine.portsPending(supply));
+}
+
+QList<DataSupply *> SupplySearch::suppliesWithoutPorts() const
+{
+    QList<DataSupply *> list;
+    for (DataSupply *supply : m_found) {
+        if (!portsKnown(supply))
+            list << supply;
+    }
+    return list;
+}
+
+QList<DataSupply *> SupplySearch::sharingSerial(const DataSupply *supply) const
+{
+    QList<DataSupply *> list;
+    for (DataSupply *other : m_found) {
+        if (supply && other != supply && other->serialNumber() == supply->serialNumber())
+            list << other;
+    }
+    return list;
 }
 
 void SupplySearch::handleTick()
 {
     m_engine.repeatDiscover();
+}
+
+void SupplySearch::handlePortTick()
+{
     for (DataSupply *supply : qAsConst(m_found)) {
-        if (!m_portsKnown.contains(supply->uid()))
+        if (m_engine.portsPending(supply))
             m_engine.discoverPorts(supply);
     }
 }
@@ -56,8 +87,11 @@ void SupplySearch::handleDiscoveredController(DataSupply *supply)
 {
     if (!isRunning())
         return;
+    const QList<DataSupply *> twins = sharingSerial(supply);
     m_found << supply;
     emit supplyFound(supply);
+    if (!twins.isEmpty())
+        emit duplicateSerialFound(supply, twins.constFirst());
     m_engine.discoverPorts(supply);
 }
 
@@ -77,6 +111,7 @@ void SupplySearch::handleDiscoveredPorts(quint64 uid, int portCount)
 void SupplySearch::finish()
 {
     m_repeat.stop();
+    m_portRepeat.stop();
     m_deadline.stop();
     emit finished();
 }

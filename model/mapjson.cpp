@@ -75,7 +75,7 @@ QJsonObject light(const Light &l)
         {QStringLiteral("uid"), number(l.uid())},
         {QStringLiteral("name"), l.name()},
         {QStringLiteral("dataSupply"), number(l.dataSupply())},
-        {QStringLiteral("port"), number(l.portNumber())},
+        {QStringLiteral("portIndex"), number(l.portNumber())},
         {QStringLiteral("lightNumber"), l.lightNumber()},
         {QStringLiteral("fixture"), number(l.fixture())},
         {QStringLiteral("fixtureCode"), number(l.fixtureCode())},

@@ -8,7 +8,9 @@ class Light;
 class MapModel;
 
 // The model as JSON for scripts: camelCase field names taken from the model, numbers as
-// JSON numbers (exact up to 2^53, which covers uids, serials and RDM ids in practice).
+// JSON numbers (exact up to 2^53, which covers uids, serials and RDM ids in practice). A
+// light's "portIndex" is the index of its port in the supply's port list, counted from 0;
+// a supply's ports carry their own "number", counted from 1 as people see it.
 namespace MapJson {
 
 QJsonObject supply(const DataSupply &supply);

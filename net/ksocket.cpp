@@ -5,6 +5,9 @@
 
 #include <QNetworkInterface>
 
+#include <cerrno>
+#include <cstring>
+
 namespace {
 
 QHostAddress &defaultBroadcast()
@@ -81,7 +84,18 @@ bool KSocket::sendTo(const QString &address, const char *data, qint64 length)
     // our back on the first write.
     if (!ip || !m_bound || !allowed(QHostAddress(*ip)))
         return false;
-    return writeDatagram(data, length, QHostAddress(*ip), kPort) != -1;
+    return write(data, length, QHostAddress(*ip));
+}
+
+bool KSocket::write(const char *data, qint64 length, const QHostAddress &destination)
+{
+    errno = 0;
+    if (writeDatagram(data, length, destination, kPort) != -1)
+        return true;
+    // errno still holds the system call's error here; nothing between sets it on success.
+    const int error = errno;
+    m_lastSendError = error != 0 ? QString::fromLocal8Bit(std::strerror(error)) : errorString();
+    return false;
 }
 
 bool KSocket::sendBroadcast(const char *data, qint64 length)
@@ -92,7 +106,7 @@ bool KSocket::sendBroadcast(const char *data, qint64 length)
         findDirectedBroadcast();
     if (!allowed(m_broadcastAddress))
         return false;
-    return writeDatagram(data, length, m_broadcastAddress, kPort) != -1;
+    return write(data, length, m_broadcastAddress);
 }
 
 // Runs on every broadcast until an "eth0" is found, so an interface that comes up later is

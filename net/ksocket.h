@@ -40,6 +40,9 @@ public:
     // not parse, the bind failed or the write failed.
     bool sendTo(const QString &address, const char *data, qint64 length);
     bool sendBroadcast(const char *data, qint64 length);
+    // The system's text for why the last failed write failed ("Network unreachable"); the
+    // toolkit's own error string says only that a message could not be sent.
+    QString lastSendError() const { return m_lastSendError; }
     // Reads one pending datagram, cut to capacity bytes, and reports its sender and the number
     // of bytes read; false when none was pending or the read failed.
     bool readPending(char *buffer, qint64 capacity, QHostAddress *sender, quint16 *senderPort,
@@ -57,10 +60,12 @@ public:
 
 private:
     void findDirectedBroadcast();
+    bool write(const char *data, qint64 length, const QHostAddress &destination);
 
     QHostAddress m_localAddress;
     QHostAddress m_broadcastAddress{QHostAddress::Broadcast};
     quint32 m_subnetMask = 0;
     bool m_broadcastChosen = false;
     bool m_bound = false;
+    QString m_lastSendError;
 };

@@ -16,6 +16,7 @@ constexpr quint8 kStartCode = 0xCC;
 constexpr quint8 kSubStartCode = 0x01;
 constexpr quint8 kGetCommand = 0x20;
 constexpr quint8 kResponseAck = 0x00;
+constexpr quint8 kResponseNack = 0x02;
 // Start code through parameter data length; the parameter data follows, then the checksum.
 constexpr int kMessageHeaderSize = 24;
 constexpr quint64 kUidMask = 0xFFFFFFFFFFFFull;

@@ -288,5 +288,8 @@ void Vistra::emitReply(ExtPromTokenReply &reply)
 
 void Vistra::emitReply(RdmGetReply &reply)
 {
-    emit signalRDMGetReply(reply.ip, reply.sourceUid, reply.pid, reply.text);
+    if (reply.refused)
+        emit signalRDMGetRefused(reply.ip, reply.sourceUid, reply.pid, reply.nackReason);
+    else
+        emit signalRDMGetReply(reply.ip, reply.sourceUid, reply.pid, reply.text);
 }

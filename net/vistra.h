@@ -96,6 +96,8 @@ signals:
     void requestSendPortOut(const char *ip, unsigned int universe, unsigned char port,
                             unsigned int flags, unsigned int len, unsigned int startcode,
                             const unsigned char *data);
+    // The device refused the parameter (RDM NACK); reason is the E1.20 NACK reason code.
+    void signalRDMGetRefused(quint32 ip, quint64 uid, quint16 pid, quint16 reason);
 
 public slots:
     // Reads every pending datagram and turns each reply into its signal.

@@ -146,13 +146,19 @@ std::optional<RdmGetReply> parseRdm(const Datagram &d, quint32 senderIp)
     if (!d.has(data) || !d.has(data + d.u8(kHeaderSize + 23)))
         return std::nullopt;
     const uchar *rdm = d.at(kHeaderSize);
+    const quint16 pid = readU16Be(rdm + 21);
+    const quint64 source = (quint64(readU16Be(rdm + 9)) << 32) | readU32Be(rdm + 11);
+    if (rdm[16] == Rdm::kResponseNack) {
+        // The reason is the parameter data's first 16 bits, big-endian.
+        if (rdm[23] < 2)
+            return std::nullopt;
+        return RdmGetReply{senderIp, source, pid, QString(), true, readU16Be(d.at(data))};
+    }
     if (rdm[16] != Rdm::kResponseAck)
         return std::nullopt;
-    const quint16 pid = readU16Be(rdm + 21);
     std::optional<QString> text = Rdm::valueText(pid, d.at(data), rdm[23]);
     if (!text)
         return std::nullopt;
-    const quint64 source = (quint64(readU16Be(rdm + 9)) << 32) | readU32Be(rdm + 11);
     return RdmGetReply{senderIp, source, pid, *text};
 }
 

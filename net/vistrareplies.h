@@ -124,6 +124,10 @@ struct RdmGetReply
     quint64 sourceUid = 0;
     quint16 pid = 0;
     QString text;
+    // A device may refuse a parameter (response type NACK) instead of answering it; the text is
+    // then empty and nackReason holds the E1.20 reason code.
+    bool refused = false;
+    quint16 nackReason = 0;
 };
 
 using Reply = std::variant<DiscoverReply, PortsReply, DeviceVariableReply, GetArrayReply,
@@ -132,7 +136,8 @@ using Reply = std::variant<DiscoverReply, PortsReply, DeviceVariableReply, GetAr
 
 // Any reply, dispatched on the header's type field. For 0x0204 the selector byte decides the
 // kind; selector 10 gives std::nullopt as nothing is reported for it. RDM responses carry a
-// value only when acknowledged (response type ACK); others give std::nullopt.
+// value when acknowledged (response type ACK) and a refusal when not (NACK, with its reason);
+// ACK_TIMER and ACK_OVERFLOW give std::nullopt, so the request is simply asked again.
 std::optional<Reply> parseReply(const QByteArray &datagram, quint32 senderIp);
 
 } // namespace VistraReplies

@@ -259,6 +259,10 @@ bool SimConfigReader::readPort(const QJsonObject &object, const QString &path, S
         return fail(path, QStringLiteral("\"type\" is not 0..255"));
     port->number = static_cast<quint8>(*number);
     port->type = static_cast<quint8>(*type);
+    const QJsonValue answers = object.value(QLatin1String("answersScan"));
+    if (!answers.isUndefined() && !answers.isBool())
+        return fail(path, QStringLiteral("\"answersScan\" is not true or false"));
+    port->answersScan = answers.toBool(true);
     return readLights(object, path, port);
 }
 
@@ -372,6 +376,18 @@ bool SimConfigReader::readRdm(const QJsonObject &object, const QString &path, Si
     if (rdm->modelDescription.size() > kMaxRdmText ||
         rdm->softwareVersionLabel.size() > kMaxRdmText)
         return fail(path, QStringLiteral("RDM texts are limited to 32 characters"));
+    const QJsonValue refused = object.value(QLatin1String("refuse"));
+    if (!refused.isUndefined()) {
+        if (!refused.isArray())
+            return fail(path, QStringLiteral("\"refuse\" is not an array of parameter ids"));
+        for (const QJsonValue &entry : refused.toArray()) {
+            const auto pid = parseKey(entry.toString());
+            if (!entry.isString() || !pid || *pid > 0xFFFF)
+                return fail(path + QStringLiteral(".refuse"),
+                            QStringLiteral("\"%1\" is not a parameter id").arg(entry.toString()));
+            rdm->refused.append(static_cast<quint16>(*pid));
+        }
+    }
     const QJsonValue parameters = object.value(QLatin1String("parameters"));
     if (parameters.isUndefined())
         return true;

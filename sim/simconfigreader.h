@@ -22,15 +22,19 @@
 //       "universe": 1, "versionText": "2.4.1", "idText": "Sim Supply Two",
 //       "rdmEntryType": 4,                 3 or 4: how blink scan 2 lists RDM ids
 //       "variables": { "1": 2 },           device variable id (decimal or hex text) -> value
-//       "ports": [ { "number": 1, "type": 1, "lights": [ LIGHT, ... ] } ] } ] }
+//       "ports": [ { "number": 1, "type": 1, "lights": [ LIGHT, ... ],
+//                    "answersScan": true } ] } ] }   false: left out of scan answers
 //
 // LIGHT: { "serial": "10310101" } for a classic light or { "uid": "7A7001000201" } for an RDM
 // light, plus optional "count" (a run of lights with consecutive serials and DMX offsets
 // advancing by the footprint), "dmxOffset" (0..511), "footprint" (default 3), "firmware"
 // (memory byte 5), "memory" ({ "address": byte }), and for RDM lights "model",
 // "deviceModelId", "productCategory", "softwareVersionId", "softwareVersionLabel",
-// "personality", "personalityCount", "subDeviceCount", "sensorCount" and "parameters"
-// ({ "0x8600": "hex bytes of the GET answer" }).
+// "personality", "personalityCount", "subDeviceCount", "sensorCount", "parameters"
+// ({ "0x8600": "hex bytes of the GET answer" }) and "refuse" (["0x0080", ...]: parameter ids
+// answered with a NACK).
+//
+// Supplies may share a serial number (cloned units); addresses and light serials may not.
 //
 // Problems are reported with the path of the offending value, e.g.
 // "supplies[1].ports[0].lights[2]: \"uid\" is not a 48-bit hexadecimal number".

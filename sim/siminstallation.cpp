@@ -59,6 +59,11 @@ QJsonObject lightToJson(const SimLight &light)
                           QString::fromLatin1(it.value().toHex().toUpper()));
     if (!parameters.isEmpty())
         object.insert(QStringLiteral("parameters"), parameters);
+    QJsonArray refused;
+    for (quint16 pid : rdm.refused)
+        refused.append(QStringLiteral("0x") + hex(pid, 4));
+    if (!refused.isEmpty())
+        object.insert(QStringLiteral("refuse"), refused);
     return object;
 }
 
@@ -83,9 +88,12 @@ QJsonObject supplyToJson(const SimSupply &supply)
         QJsonArray lights;
         for (const SimLight &light : port.lights)
             lights.append(lightToJson(light));
-        ports.append(QJsonObject{{QStringLiteral("number"), port.number},
-                                 {QStringLiteral("type"), port.type},
-                                 {QStringLiteral("lights"), lights}});
+        QJsonObject portObject{{QStringLiteral("number"), port.number},
+                               {QStringLiteral("type"), port.type},
+                               {QStringLiteral("lights"), lights}};
+        if (!port.answersScan)
+            portObject.insert(QStringLiteral("answersScan"), false);
+        ports.append(portObject);
     }
     object.insert(QStringLiteral("ports"), ports);
     return object;
@@ -188,11 +196,12 @@ QString SimInstallation::describe() const
                      .arg(supply.universe)
                      .arg(macText(supply.mac), supply.idText, supply.versionText);
         for (const SimPort &port : supply.ports) {
-            lines << QStringLiteral("  port %1 (type %2): %3 lights: %4")
+            lines << QStringLiteral("  port %1 (type %2): %3 lights: %4%5")
                          .arg(port.number)
                          .arg(port.type)
                          .arg(port.lights.size())
-                         .arg(describeRuns(port.lights).join(QStringLiteral(", ")));
+                         .arg(describeRuns(port.lights).join(QStringLiteral(", ")),
+                              port.answersScan ? QString() : QStringLiteral("; answers no scan"));
         }
     }
     return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');

@@ -6,7 +6,8 @@ bool SimRdmInfo::operator==(const SimRdmInfo &other) const
            softwareVersionId == other.softwareVersionId && personality == other.personality &&
            personalityCount == other.personalityCount && subDeviceCount == other.subDeviceCount &&
            sensorCount == other.sensorCount && modelDescription == other.modelDescription &&
-           softwareVersionLabel == other.softwareVersionLabel && parameters == other.parameters;
+           softwareVersionLabel == other.softwareVersionLabel && parameters == other.parameters &&
+           refused == other.refused;
 }
 
 quint16 SimLight::dmxOffset() const

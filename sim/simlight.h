@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QMap>
 #include <QString>
+#include <QVector>
 
 // What an RDM light answers to GET requests. DEVICE_INFO is built from the numeric fields
 // (its DMX start address comes from the light's DMX offset), DEVICE_MODEL_DESCRIPTION and
@@ -20,6 +21,9 @@ struct SimRdmInfo
     QString modelDescription;
     QString softwareVersionLabel;
     QMap<quint16, QByteArray> parameters;
+    // Parameter ids the light refuses with a NACK (reason NR_UNKNOWN_PID), as fixtures do
+    // with parameters they do not keep; E1.20 allows it even for DEVICE_MODEL_DESCRIPTION.
+    QVector<quint16> refused;
 
     bool operator==(const SimRdmInfo &other) const;
 };

@@ -66,6 +66,8 @@ std::pair<quint8, QByteArray> lookUp(const SimLight &light, const Request &reque
         return {kResponseNack, nack(kNackUnsupportedCommandClass)};
     if (request.subDevice != 0 && request.subDevice != 0xFFFF)
         return {kResponseNack, nack(kNackSubDeviceOutOfRange)};
+    if (light.rdm.refused.contains(request.pid))
+        return {kResponseNack, nack(kNackUnknownPid)};
     const auto configured = light.rdm.parameters.constFind(request.pid);
     if (configured != light.rdm.parameters.constEnd())
         return {kResponseAck, *configured};

@@ -78,12 +78,18 @@ void appendSerialDatagrams(const SimSupply &supply, QVector<QByteArray> *datagra
         entries = 0;
     };
     for (const SimPort &port : supply.ports) {
+        if (!port.answersScan)
+            continue;
         QVector<quint32> serials;
         for (const SimLight &light : port.lights) {
             if (!light.isRdm())
                 serials.append(static_cast<quint32>(light.serial));
         }
-        for (int start = 0; start < serials.size(); start += kMaxSerialsPerEntry) {
+        // A port without lights still answers, with an empty list, so that an empty port
+        // and a lost answer can be told apart.
+        const bool empty = port.lights.isEmpty();
+        for (int start = 0; start < serials.size() || (empty && start == 0);
+             start += kMaxSerialsPerEntry) {
             const QByteArray entry =
                 serialEntry(port.number, serials.mid(start, kMaxSerialsPerEntry));
             if (16 + body.size() + entry.size() > kMaxBlinkScan2Size || entries == 255)
@@ -103,6 +109,8 @@ void appendRdmDatagrams(const SimSupply &supply, QVector<QByteArray> *datagrams)
     const int itemSize = withWord ? 8 : 6;
     const int perEntry = 255 / itemSize;
     for (const SimPort &port : supply.ports) {
+        if (!port.answersScan)
+            continue;
         QVector<const SimLight *> lights;
         for (const SimLight &light : port.lights) {
             if (light.isRdm())
@@ -248,7 +256,7 @@ QVector<QByteArray> blinkScanReplies(const SimSupply &supply)
         return replies; // later supplies only answer blink scan 2
     for (const SimPort &port : supply.ports) {
         for (const SimLight &light : port.lights) {
-            if (light.isRdm())
+            if (light.isRdm() || !port.answersScan)
                 continue;
             QByteArray reply = SimWire::makeDatagram(SimWire::BlinkScanReply, 16);
             SimWire::putAddress(reply, 8, ipv4(supply));

@@ -2,7 +2,8 @@
 
 bool SimPort::operator==(const SimPort &other) const
 {
-    return number == other.number && type == other.type && lights == other.lights;
+    return number == other.number && type == other.type && answersScan == other.answersScan &&
+           lights == other.lights;
 }
 
 const SimLight *SimSupply::findClassicLight(quint32 serialNumber) const

@@ -7,11 +7,14 @@
 #include <QVector>
 
 // One output port of a simulated supply. `number` is the port number as it travels on the
-// wire (1-based); `type` is passed through to discover-ports replies as configured.
+// wire (1-based); `type` is passed through to discover-ports replies as configured. A port
+// whose `answersScan` is false is listed by discover ports but left out of every scan answer,
+// as a supply whose port scan fails would: discovery must report it rather than pass it over.
 struct SimPort
 {
     quint8 number = 1;
     quint8 type = 1;
+    bool answersScan = true;
     QVector<SimLight> lights;
 
     bool operator==(const SimPort &other) const;

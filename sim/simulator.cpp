@@ -84,6 +84,17 @@ int Simulator::supplyAt(const QHostAddress &address) const
     return -1;
 }
 
+bool Simulator::protocolPortInUse()
+{
+    // A binding that does not share the port fails while any other socket holds it, whatever
+    // that socket's address and sharing options.
+    QUdpSocket probe;
+    if (probe.bind(QHostAddress(QHostAddress::AnyIPv4), SimWire::kPort,
+                   QAbstractSocket::DontShareAddress))
+        return false;
+    return probe.error() == QAbstractSocket::AddressInUseError;
+}
+
 bool Simulator::bindSocket(QUdpSocket *socket, const QHostAddress &address, QString *error)
 {
     if (socket->bind(address, SimWire::kPort, kBindMode)) {

@@ -40,7 +40,12 @@ public:
     ~Simulator() override;
 
     // Binds all sockets; on failure nothing stays bound and `error` says which address failed.
+    // The sockets share the protocol port (they must, to sit beside each other), so a second
+    // simulator on the same host would bind too and answer every request again: a program
+    // that wants to be alone asks protocolPortInUse() first.
     bool start(QString *error = nullptr);
+    // True when a socket of this host (of this network namespace) already holds UDP port 6038.
+    static bool protocolPortInUse();
     void stop();
     bool isRunning() const { return m_broadcastSocket != nullptr; }
 

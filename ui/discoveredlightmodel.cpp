@@ -40,6 +40,8 @@ QString DiscoveredLightModel::stateText(LightDataReader::State state)
         return tr("Read");
     case LightDataReader::State::NoAnswer:
         return tr("No answer");
+    case LightDataReader::State::Incomplete:
+        return tr("No DMX address");
     }
     return {};
 }
@@ -198,7 +200,8 @@ QVariant DiscoveredLightModel::data(const QModelIndex &index, int role) const
     if (role == Qt::ForegroundRole && index.column() == Status) {
         if (row.inMap)
             return QBrush(QColor(0x60, 0x60, 0x60));
-        if (row.hasState && row.state == LightDataReader::State::NoAnswer)
+        if (row.hasState && (row.state == LightDataReader::State::NoAnswer
+                             || row.state == LightDataReader::State::Incomplete))
             return QBrush(QColor(0xB0, 0x20, 0x20));
         if (row.hasState && row.state == LightDataReader::State::Read)
             return QBrush(QColor(0x20, 0x80, 0x30));

@@ -25,12 +25,7 @@ constexpr int kDefaultListenMs = 2000;
 // Adding this many supplies or more shows a progress dialog.
 constexpr int kProgressFrom = 20;
 
-bool mapHoldsSerial(const MapModel &model, quint64 serial)
-{
-    const QList<DataSupply *> supplies = model.dataSupplies();
-    return std::any_of(supplies.cbegin(), supplies.cend(),
-                       [serial](const DataSupply *s) { return s->serialNumber() == serial; });
-}
+constexpr int kStatusMessageMs = 10000;
 
 } // namespace
 
@@ -52,6 +47,10 @@ DiscoverInterfacesWizard::DiscoverInterfacesWizard(MapModel &model, DiscoveryEng
     connect(m_search, &SupplySearch::supplyFound, this,
             &DiscoverInterfacesWizard::handleSupplyFound);
     connect(m_search, &SupplySearch::portsFound, this, &DiscoverInterfacesWizard::handlePortsFound);
+    connect(m_search, &SupplySearch::duplicateSerialFound, this,
+            &DiscoverInterfacesWizard::handleDuplicateSerial);
+    connect(&m_engine, &DiscoveryEngine::sendFailed, this,
+            &DiscoverInterfacesWizard::handleSendFailed);
     connect(m_search, &SupplySearch::finished, this,
             &DiscoverInterfacesWizard::handleSearchFinished);
 }
@@ -134,6 +133,7 @@ void DiscoverInterfacesWizard::search()
 {
     // A new discovery forgets (and deletes) what the last one found and nobody took.
     m_supplies->clear();
+    m_sendFailure.clear();
     m_searchAgain->setEnabled(false);
     m_search->start(listenMs());
     m_progress->start(listenMs());
@@ -142,9 +142,14 @@ void DiscoverInterfacesWizard::search()
         page->recheck();
 }
 
+bool DiscoverInterfacesWizard::isInMap(const DataSupply *supply) const
+{
+    return supply && mapSupplyMatching(m_model, m_engine, *supply);
+}
+
 void DiscoverInterfacesWizard::handleSupplyFound(DataSupply *supply)
 {
-    const bool inMap = mapHoldsSerial(m_model, supply->serialNumber());
+    const bool inMap = isInMap(supply);
     const int row = m_supplies->addSupply(supply, !inMap, inMap ? tr("In map") : tr("New"));
     m_supplies->setPortsKnown(row, m_search->portsKnown(supply));
     m_view->resizeColumnToContents(SupplyListModel::Name);
@@ -156,6 +161,38 @@ void DiscoverInterfacesWizard::handlePortsFound(DataSupply *supply)
     const int row = m_supplies->rowOf(supply);
     m_supplies->setPortsKnown(row, true);
     m_supplies->refreshRow(row);
+}
+
+void DiscoverInterfacesWizard::handleDuplicateSerial(DataSupply *supply, DataSupply *earlier)
+{
+    // Both stay supplies of their own; the user is told because one of them usually needs
+    // its serial set before the map can tell them apart in later runs.
+    const QString serial = SupplyListModel::serialText(supply->serialNumber());
+    for (DataSupply *row : {earlier, supply}) {
+        QStringList others;
+        for (const DataSupply *other : m_search->sharingSerial(row))
+            others << other->ipAddress().toString();
+        const QString held = isInMap(row) ? tr("In map") : tr("New");
+        m_supplies->setStatus(m_supplies->rowOf(row),
+                              tr("%1; serial %2 also at %3")
+                                  .arg(held, serial, others.join(QStringLiteral(", "))),
+                              true);
+    }
+    emit statusMsg(tr("Interfaces at %1 and %2 report the same serial number %3; "
+                      "each is kept as its own interface. Set the serial of one of them.")
+                       .arg(earlier->ipAddress().toString(), supply->ipAddress().toString(),
+                            serial),
+                   kStatusMessageMs);
+}
+
+void DiscoverInterfacesWizard::handleSendFailed(const QString &message)
+{
+    // The engine is shared; only what this wizard's search sent concerns it.
+    if (!m_search->isRunning())
+        return;
+    m_sendFailure = message;
+    emit statusMsg(message, kStatusMessageMs);
+    updateSummary();
 }
 
 void DiscoverInterfacesWizard::handleSearchFinished()
@@ -178,12 +215,14 @@ void DiscoverInterfacesWizard::updateSummary()
     int chosen = 0;
     for (int row = 0; row < found; ++row) {
         const DataSupply *supply = m_supplies->supplyAt(row);
-        const bool held = supply && mapHoldsSerial(m_model, supply->serialNumber());
+        const bool held = isInMap(supply);
         inMap += held;
         chosen += !held && m_supplies->isChecked(row);
     }
     const QString state = m_search->isRunning() ? tr("Searching... ") : QString();
-    if (found == 0 && !m_search->isRunning())
+    if (!m_sendFailure.isEmpty() && found == 0)
+        m_summary->setText(state + m_sendFailure);
+    else if (found == 0 && !m_search->isRunning())
         m_summary->setText(tr("No interface answered. Check the network cable and that this "
                               "computer is on the interfaces' network, then search again."));
     else
@@ -197,7 +236,7 @@ int DiscoverInterfacesWizard::addChosenToMap()
 {
     QList<DataSupply *> chosen;
     for (DataSupply *supply : m_supplies->checkedSupplies()) {
-        if (!mapHoldsSerial(m_model, supply->serialNumber()))
+        if (!isInMap(supply))
             chosen << supply;
     }
     std::unique_ptr<QProgressDialog> progress;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QWizard>
 
 class DataSupply;
@@ -15,7 +16,9 @@ class SupplySearch;
 
 // "Discover Interfaces...": finds the supplies on the network and their ports, lists what
 // answered, and adds the ones the user picks to the map. Supplies the map already holds (same
-// serial) are marked and left unchecked; adding them again would do nothing.
+// serial at the same address, or moved) are marked and left unchecked; adding them again
+// would do nothing. Two addresses answering with one serial are two interfaces, both marked;
+// a request that cannot be sent is shown with its reason.
 class DiscoverInterfacesWizard final : public QWizard
 {
     Q_OBJECT
@@ -46,6 +49,9 @@ private:
     QWizardPage *buildResultsPage();
     void handleSupplyFound(DataSupply *supply);
     void handlePortsFound(DataSupply *supply);
+    void handleDuplicateSerial(DataSupply *supply, DataSupply *earlier);
+    void handleSendFailed(const QString &message);
+    bool isInMap(const DataSupply *supply) const;
     void handleSearchFinished();
     void updateSummary();
 
@@ -58,4 +64,5 @@ private:
     ListenProgressBar *m_progress = nullptr;
     QLabel *m_summary = nullptr;
     QPushButton *m_searchAgain = nullptr;
+    QString m_sendFailure;
 };

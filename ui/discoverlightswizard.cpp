@@ -53,6 +53,7 @@ DiscoverLightsWizard::DiscoverLightsWizard(MapModel &model, DiscoveryEngine &eng
     m_choose->setCheckable(true);
     m_discoverPage = new LightDiscoverPage(model, engine, this);
     m_readPage = new LightReadPage(model, engine, this);
+    connect(m_discoverPage, &LightDiscoverPage::statusMsg, this, &DiscoverLightsWizard::statusMsg);
     setPage(ControllerPage, buildControllerPage());
     setPage(DiscoverPage, m_discoverPage);
     setPage(LightPage, buildLightPage());

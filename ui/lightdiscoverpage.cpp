@@ -51,6 +51,7 @@ LightDiscoverPage::LightDiscoverPage(MapModel &model, DiscoveryEngine &engine, Q
 
     connect(m_search, &LightSearch::lightFound, this, &LightDiscoverPage::handleLightFound);
     connect(m_search, &LightSearch::finished, this, &LightDiscoverPage::handleFinished);
+    connect(&m_engine, &DiscoveryEngine::sendFailed, this, &LightDiscoverPage::handleSendFailed);
 }
 
 void LightDiscoverPage::initializePage()
@@ -80,6 +81,7 @@ void LightDiscoverPage::scan()
     // The rows point at lights the engine is about to forget.
     m_lights->clear();
     m_countPerSupply.clear();
+    m_sendFailure.clear();
     m_engine.forgetLights();
     m_scanAgain->setEnabled(false);
     m_search->start(m_supplies, m_listenMs);
@@ -105,6 +107,16 @@ void LightDiscoverPage::handleLightFound(Light *light)
     updateSummary();
 }
 
+void LightDiscoverPage::handleSendFailed(const QString &message)
+{
+    // The engine is shared; only what this page's scan sent concerns it.
+    if (!m_search->isRunning())
+        return;
+    m_sendFailure = message;
+    emit statusMsg(message, 10000);
+    updateSummary();
+}
+
 void LightDiscoverPage::handleFinished()
 {
     m_progress->finish();
@@ -118,9 +130,19 @@ QString LightDiscoverPage::summaryText() const
     QStringList parts;
     for (const DataSupply *supply : m_supplies) {
         const int count = m_countPerSupply.value(supply->uid());
+        QStringList silent;
+        if (!m_search->isRunning()) {
+            for (int port : m_search->unansweredPorts(supply))
+                silent << QString::number(supply->port(port).number);
+        }
+        const QString unanswered =
+            silent.isEmpty()
+                ? QString()
+                : tr(" (port %1 did not answer)").arg(silent.join(QStringLiteral(", ")));
         if (count > 0)
             parts << (count == 1 ? tr("%1: 1 light").arg(supply->name())
-                                 : tr("%1: %2 lights").arg(supply->name()).arg(count));
+                                 : tr("%1: %2 lights").arg(supply->name()).arg(count))
+                         + unanswered;
         else if (!m_search->isRunning())
             parts << tr("%1: no answer").arg(supply->name());
         else
@@ -130,7 +152,8 @@ QString LightDiscoverPage::summaryText() const
     const QString lights = found == 1 ? tr("1 light") : tr("%1 lights").arg(found);
     const QString head = m_search->isRunning() ? tr("Scanning... %1 found so far.").arg(lights)
                                                : tr("%1 found.").arg(lights);
-    return head + QLatin1Char('\n') + parts.join(QStringLiteral("; "));
+    const QString failure = m_sendFailure.isEmpty() ? QString() : QLatin1Char('\n') + m_sendFailure;
+    return head + QLatin1Char('\n') + parts.join(QStringLiteral("; ")) + failure;
 }
 
 void LightDiscoverPage::updateSummary()

@@ -15,8 +15,9 @@ class QPushButton;
 class QTreeView;
 
 // The light wizard's discover page: scans the ports of the chosen supplies for lights while
-// listening and lists the lights as they answer. A supply that finds no light says so, so
-// that a switched-off or unplugged interface shows rather than hides.
+// listening and lists the lights as they answer. A supply that finds no light says so, and so
+// does a port that no scan answer named, so that a switched-off or unplugged interface or
+// line shows rather than hides. A request that cannot be sent is shown with its reason.
 class LightDiscoverPage final : public QWizardPage
 {
     Q_OBJECT
@@ -39,8 +40,12 @@ public:
     void cleanupPage() override;
     bool isComplete() const override;
 
+signals:
+    void statusMsg(const QString &text, int timeoutMs);
+
 private:
     void handleLightFound(Light *light);
+    void handleSendFailed(const QString &message);
     void handleFinished();
     void updateSummary();
 
@@ -55,4 +60,5 @@ private:
     ListenProgressBar *m_progress = nullptr;
     QLabel *m_summary = nullptr;
     QPushButton *m_scanAgain = nullptr;
+    QString m_sendFailure;
 };

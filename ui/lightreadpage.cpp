@@ -151,7 +151,9 @@ void LightReadPage::showFirstUnanswered()
     // The lights that need attention, not the long list of those that are fine.
     for (int row = 0; row < m_lights->rowCount(); ++row) {
         const Light *light = m_lights->lightAt(row);
-        if (light && m_reader->state(light->uid()) == LightDataReader::State::NoAnswer) {
+        const auto state = light ? m_reader->state(light->uid()) : LightDataReader::State::Read;
+        if (state == LightDataReader::State::NoAnswer
+            || state == LightDataReader::State::Incomplete) {
             m_view->scrollTo(m_lights->index(row, 0), QAbstractItemView::PositionAtTop);
             return;
         }
@@ -170,6 +172,8 @@ void LightReadPage::updateSummary()
     const int read = m_reader->readCount();
     const int failed = m_reader->failedCount();
     QString text = tr("%1 of %2 read, %3 without answer").arg(read).arg(total).arg(failed);
+    if (const int incomplete = m_reader->incompleteCount())
+        text += tr(", %1 without a DMX address").arg(incomplete);
     if (m_reader->isRunning())
         text = tr("Reading... ") + text + QLatin1Char('.');
     else if (failed > 0)

@@ -1,5 +1,6 @@
 #include "ui/syncinterfacesdialog.h"
 
+#include "discovery/discoveredmap.h"
 #include "discovery/supplysearch.h"
 #include "discovery/supplysync.h"
 #include "model/datasupply.h"
@@ -20,7 +21,7 @@
 
 SyncInterfacesDialog::SyncInterfacesDialog(MapModel &model, DiscoveryEngine &engine,
                                            QWidget *parent)
-    : QDialog(parent), m_model(model), m_search(new SupplySearch(engine, this)),
+    : QDialog(parent), m_model(model), m_engine(engine), m_search(new SupplySearch(engine, this)),
       m_supplies(new SupplyListModel(this))
 {
     setObjectName(QStringLiteral("m_syncInterfacesDialog"));
@@ -84,14 +85,19 @@ void SyncInterfacesDialog::handleSearchFinished()
 {
     m_progress->finish();
     m_again->setEnabled(true);
-    QHash<quint64, DataSupply *> answered;
-    for (DataSupply *found : m_search->supplies())
-        answered.insert(found->serialNumber(), found);
+    // Units sharing a serial answer from several addresses; each map supply takes the answer
+    // that is its own.
+    QHash<const DataSupply *, DataSupply *> answered;
+    for (DataSupply *found : m_search->supplies()) {
+        const DataSupply *mapSupply = mapSupplyMatching(m_model, m_engine, *found);
+        if (mapSupply && !answered.contains(mapSupply))
+            answered.insert(mapSupply, found);
+    }
     for (int row = 0; row < m_supplies->rowCount(); ++row) {
         DataSupply *supply = m_supplies->supplyAt(row);
         if (!supply)
             continue;
-        const DataSupply *found = answered.value(supply->serialNumber());
+        const DataSupply *found = answered.value(supply);
         if (!found) {
             ++m_missing;
             m_supplies->setStatus(row, tr("No answer"), true);

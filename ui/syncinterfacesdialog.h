@@ -12,8 +12,10 @@ class SupplyListModel;
 class SupplySearch;
 
 // "Sync Interfaces...": discovers the supplies on the network again and brings the supplies
-// of the map whose serial answered up to date (IP address, version, universe, ports). The
-// list says what changed for each supply and which ones did not answer.
+// of the map that answered up to date (IP address, version, universe, ports). A map supply
+// answered when its serial did, at its own address or, if nothing with that serial answered
+// there, at another (it moved). The list says what changed for each supply and which ones
+// did not answer.
 class SyncInterfacesDialog final : public QDialog
 {
     Q_OBJECT
@@ -40,6 +42,7 @@ private:
     void handleSearchFinished();
 
     MapModel &m_model;
+    DiscoveryEngine &m_engine;
     SupplySearch *m_search = nullptr;
     SupplyListModel *m_supplies = nullptr;
     int m_listenMs = 2000;

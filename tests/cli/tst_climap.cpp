@@ -61,7 +61,7 @@ void tst_CliMap::infoJsonCarriesTheWholeModel()
     const QJsonObject light = lights.at(0).toObject();
     QCOMPARE(light.keys(),
              QStringList({"channel", "dataSupply", "fixture", "fixtureCode", "lightNumber", "name",
-                          "port", "properties", "q0", "q1", "q2", "q3", "serialNumber",
+                          "portIndex", "properties", "q0", "q1", "q2", "q3", "serialNumber",
                           "tintlockIoMode", "tintlockProfileId", "uid", "x", "y", "z"}));
     QCOMPARE(light.value("dataSupply").toDouble(), supply.value("uid").toDouble());
     QCOMPARE(light.value("properties").toObject().value("DMX_OFFSET").toString(), QStringLiteral("0"));

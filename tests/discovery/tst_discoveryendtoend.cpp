@@ -177,7 +177,7 @@ void tst_DiscoveryEndToEnd::readFindsAndReadsEverything()
         seen.insert(serial);
         const ExpectedLight want = expected.value(serial);
         QCOMPARE(serialOfSupplyUid.value(quint64(light.value("dataSupply").toDouble())), want.supplySerial);
-        QCOMPARE(light.value("port").toInt(), want.port);
+        QCOMPARE(light.value("portIndex").toInt(), want.port);
         QCOMPARE(light.value("dmxAddress").toInt(), want.dmxAddress);
         QCOMPARE(light.value("read").toBool(), true);
     }

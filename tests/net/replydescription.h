@@ -136,6 +136,12 @@ struct Describe
     }
     QString operator()(const RdmGetReply &r) const
     {
+        if (r.refused)
+            return QStringLiteral("rdm refused ip=%1 uid=0x%2 pid=0x%3 reason=0x%4")
+                .arg(ipText(r.ip))
+                .arg(r.sourceUid, 0, 16)
+                .arg(r.pid, 0, 16)
+                .arg(r.nackReason, 0, 16);
         return QStringLiteral("rdm ip=%1 uid=0x%2 pid=0x%3 text='%4'")
             .arg(ipText(r.ip))
             .arg(r.sourceUid, 0, 16)

@@ -181,6 +181,10 @@ inline QVector<ReplyRow> replyRows()
                  "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0xf0 text='511'"});
     rows.append({"rdm other parameter", rdmReply("00e0", "0001"),
                  "rdm ip=127.0.0.1 uid=0x12345678abcd pid=0xe0 text=''"});
+    rows.append({"rdm refused", rdmReply("0080", "0000", "02"),
+                 "rdm refused ip=127.0.0.1 uid=0x12345678abcd pid=0x80 reason=0x0"});
+    rows.append({"rdm refused, data out of range", rdmReply("00f0", "0006", "02"),
+                 "rdm refused ip=127.0.0.1 uid=0x12345678abcd pid=0xf0 reason=0x6"});
     return rows;
 }
 
@@ -213,7 +217,8 @@ inline QVector<ReplyRow> ignoredRows()
     rows.append({"blink scan 2, RDM UIDs fewer than entries",
                  hex("0401dc4a 0100 0802 0a000005 03 00 0000 04 04 00 00 78563412 3412"),
                  QString()});
-    rows.append({"rdm not acknowledged", rdmReply("0060", "0005", "02"), QString()});
+    rows.append({"rdm refused without a reason", rdmReply("0060", "00", "02"), QString()});
+    rows.append({"rdm answer comes later (ACK_TIMER)", rdmReply("0060", "0005", "01"), QString()});
     rows.append({"rdm DEVICE_INFO too short",
                  rdmReply("0060", "0100 04d2 0101 00020a0f 0003 0101 0001 0000"), QString()});
     rows.append({"rdm 0x9F02 too short", rdmReply("9f02", "12"), QString()});

@@ -144,6 +144,10 @@ private:
                          [this](quint32 ip, quint64 uid, quint16 pid, QString data) {
                              add(RdmGetReply{ip, uid, pid, data});
                          });
+        QObject::connect(&v, &Vistra::signalRDMGetRefused, &v,
+                         [this](quint32 ip, quint64 uid, quint16 pid, quint16 reason) {
+                             add(RdmGetReply{ip, uid, pid, QString(), true, reason});
+                         });
     }
 };
 
@@ -480,7 +484,8 @@ void tst_Vistra::signalDeclarationOrder()
                                "signalDiscoverResponseV3",
                                "signalRDMGetReply",
                                "requestSyncPacket",
-                               "requestSendPortOut"};
+                               "requestSendPortOut",
+                               "signalRDMGetRefused"};
     const QMetaObject &meta = Vistra::staticMetaObject;
     QStringList signalNames;
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {

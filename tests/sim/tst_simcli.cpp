@@ -23,6 +23,8 @@ private slots:
     void badArguments();
     void runsAndAnswers_data();
     void runsAndAnswers();
+    void secondSimulatorOnThePort_data();
+    void secondSimulatorOnThePort();
     void controllerReportsPauses();
 };
 
@@ -167,6 +169,37 @@ void tst_SimCli::runsAndAnswers()
     while (client.hasPendingDatagrams() && client.receiveDatagram().isValid())
         ++received;
     QCOMPARE(received, replies);
+}
+
+void tst_SimCli::secondSimulatorOnThePort_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("refused") << QStringList() << 1
+                             << "UDP port 6038 is already in use on this host";
+    QTest::newRow("shared on purpose") << QStringList{"--share-port"} << 0
+                                       << "4 supplies, 350 lights, port 6038";
+}
+
+// Two simulators on one port would both answer every request: the second refuses to start
+// unless told to share.
+void tst_SimCli::secondSimulatorOnThePort()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QString, message);
+    const QString reason = NetNamespace::enterOwn();
+    if (!reason.isEmpty())
+        QSKIP(qPrintable(reason));
+    QProcess first;
+    first.start(program(), {QStringLiteral("--run-for"), QStringLiteral("20000")});
+    QVERIFY(first.waitForReadyRead(10000)); // the start-up line: sockets are bound
+    const Result second = run(arguments << QStringLiteral("--run-for") << QStringLiteral("100"));
+    first.kill();
+    first.waitForFinished(5000);
+    QCOMPARE(second.status, status);
+    QVERIFY2((second.out + second.err).contains(message), qPrintable(second.out + second.err));
 }
 
 // What a new user sees: the program registers with the simulated controller, and each pause

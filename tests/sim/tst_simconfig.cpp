@@ -84,17 +84,19 @@ void tst_SimConfig::roundTrip_data()
 {
     QTest::addColumn<QByteArray>("json");
     QTest::newRow("built-in") << QByteArray();
-    QTest::newRow("memory, parameters, faults")
+    QTest::newRow("memory, parameters, refusals, a silent port, faults")
         << QByteArray("{\"faults\": {\"drop\": 0.25, \"duplicate\": 0.1, \"delay\": 0.5, "
                       "\"delayMs\": 20, \"seed\": 99},"
                       " \"supplies\": [{\"address\": \"10.0.0.5\", \"serial\": \"0x1234\","
                       " \"wideSerial\": true, \"version\": 3, \"universe\": 4000000000,"
                       " \"variables\": {\"0x10\": 7, \"3\": 4294967295},"
-                      " \"ports\": [{\"number\": 7, \"type\": 9, \"lights\": ["
+                      " \"ports\": [{\"number\": 7, \"type\": 9, \"answersScan\": false,"
+                      " \"lights\": ["
                       "  {\"serial\": \"FFFFFFFF\", \"memory\": {\"300\": 0, \"0x20\": 255}},"
                       "  {\"uid\": \"FFFFFFFFFFFF\", \"footprint\": 4, \"dmxOffset\": 508,"
                       "   \"model\": \"M\", \"personality\": 2, \"personalityCount\": 3,"
-                      "   \"parameters\": {\"0x8600\": \"0a0B\", \"0x8606\": \"\"}}]}]}]}");
+                      "   \"parameters\": {\"0x8600\": \"0a0B\", \"0x8606\": \"\"},"
+                      "   \"refuse\": [\"0x0080\", \"240\"]}]}]}]}");
 }
 
 // What the installation writes reads back as the same installation.
@@ -194,6 +196,10 @@ void tst_SimConfig::badConfig_data()
     QTest::newRow("odd hex parameter")
         << oneSupply({}, "[{\"uid\": \"1\", \"parameters\": {\"0x8600\": \"123\"}}]")
         << "parameters";
+    QTest::newRow("refuse not a list")
+        << oneSupply({}, "[{\"uid\": \"1\", \"refuse\": \"0x0080\"}]") << "\"refuse\"";
+    QTest::newRow("refuse a bad id")
+        << oneSupply({}, "[{\"uid\": \"1\", \"refuse\": [\"0x10000\"]}]") << "refuse";
     QTest::newRow("long model") << oneSupply({}, "[{\"uid\": \"1\", \"model\": \"" +
                                                      QByteArray(33, 'm') + "\"}]")
                                 << "32 characters";

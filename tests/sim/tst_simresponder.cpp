@@ -214,9 +214,10 @@ void tst_SimResponder::blinkScan2Splits_data()
     QTest::newRow("200 serials") << 200 << 0 << 4 << 1;
     QTest::newRow("250 serials") << 250 << 0 << 4 << 2;
     QTest::newRow("63 serials exactly") << 63 << 0 << 4 << 1;
-    // 100 ids: 42 + 42 + 16 with type 4, 31 + 31 + 31 + 7 with type 3.
-    QTest::newRow("long id list, type 4") << 0 << 100 << 4 << 3;
-    QTest::newRow("long id list, type 3") << 0 << 100 << 3 << 4;
+    // 100 ids: 42 + 42 + 16 with type 4, 31 + 31 + 31 + 7 with type 3; port 1, without
+    // lights, answers with an empty list in a datagram of its own.
+    QTest::newRow("long id list, type 4") << 0 << 100 << 4 << 4;
+    QTest::newRow("long id list, type 3") << 0 << 100 << 3 << 5;
 }
 
 // Every serial and id arrives exactly once, in order, on the right port, and only the last
@@ -249,13 +250,24 @@ void tst_SimResponder::blinkScan2Splits()
         QVERIFY(reply.size() <= SimResponder::kMaxBlinkScan2Size);
 }
 
+// Ports without lights answer with an empty serial list, so that a scan tells an empty port
+// from one whose answer was lost; a supply without ports still answers once.
 void tst_SimResponder::blinkScan2EmptySupply()
 {
     const auto answer = SimResponder::answer(supply(0, 0), header(0x0207) + QByteArray(8, '\0'));
     QCOMPARE(answer.replies.size(), 1);
     QCOMPARE(answer.replies.first().toHex(), QByteArray("0401dc4a01000802"
                                                         "7f000102"
-                                                        "00000000"));
+                                                        "02000000"
+                                                        "01010000"
+                                                        "02010000"));
+    SimSupply portless = supply(0, 0);
+    portless.ports.clear();
+    const auto bare = SimResponder::answer(portless, header(0x0207) + QByteArray(8, '\0'));
+    QCOMPARE(bare.replies.size(), 1);
+    QCOMPARE(bare.replies.first().toHex(), QByteArray("0401dc4a01000802"
+                                                      "7f000102"
+                                                      "00000000"));
 }
 
 void tst_SimResponder::eeRead_data()

@@ -50,6 +50,7 @@ private slots:
     void cleanup();
 
     void discoverInterfacesAddsTheChosenSupplies();
+    void clonedSerialsAreTwoInterfacesBothMarked();
     void discoverLightsFindsReadsAndAddsEverything();
     void cancelKeepsWhatWasReadAndRetryReadsTheRest();
     void silentDevicesEndAsNoAnswerWithoutFreezing_data();
@@ -181,6 +182,52 @@ void tst_DiscoveryWizards::discoverInterfacesAddsTheChosenSupplies()
     for (const DataSupply *s : m_model->dataSupplies())
         serials.insert(s->serialNumber());
     QCOMPARE(serials.size(), sim.size());
+}
+
+// A unit answering with another's serial from its own address is an interface of its own:
+// both are listed with a mark saying so, both are added, and a later run finds both in the map.
+void tst_DiscoveryWizards::clonedSerialsAreTwoInterfacesBothMarked()
+{
+    SimInstallation clone;
+    clone.supplies << m_simulator->installation().supplies.at(1);
+    clone.supplies[0].address = QHostAddress(QStringLiteral("127.0.2.2"));
+    clone.supplies[0].ports.clear();
+    Simulator twin(clone);
+    QString error;
+    QVERIFY2(twin.start(&error), qPrintable(error));
+    const int total = m_simulator->installation().supplies.size() + 1;
+
+    DiscoverInterfacesWizard wizard(*m_model, *m_engine);
+    QSignalSpy messages(&wizard, &DiscoverInterfacesWizard::statusMsg);
+    wizard.setListenMs(kListenMs);
+    wizard.show();
+    wizard.next();
+    QTRY_VERIFY(!wizard.isSearching());
+    SupplyListModel *rows = wizard.supplyModel();
+    QCOMPARE(rows->rowCount(), total);
+    QStringList marks;
+    for (int row = 0; row < rows->rowCount(); ++row) {
+        if (rows->status(row).startsWith(QLatin1String("New; serial 01A20002 also at ")))
+            marks << rows->supplyAt(row)->ipAddress().toString();
+    }
+    marks.sort();
+    QCOMPARE(marks, QStringList({"127.0.1.2", "127.0.2.2"}));
+    QVERIFY(!messages.isEmpty());
+    const QString message = messages.last().at(0).toString();
+    QVERIFY2(message.contains(QLatin1String("same serial number 01A20002")), qPrintable(message));
+    wizard.accept();
+    QCOMPARE(m_model->dataSupplyCount(), total);
+
+    DiscoverInterfacesWizard again(*m_model, *m_engine);
+    again.setListenMs(kListenMs);
+    again.show();
+    again.next();
+    QTRY_VERIFY(!again.isSearching());
+    for (int row = 0; row < again.supplyModel()->rowCount(); ++row) {
+        QVERIFY(!again.supplyModel()->isChecked(row));
+        QVERIFY(again.supplyModel()->status(row).startsWith(QLatin1String("In map")));
+    }
+    QCOMPARE(again.addChosenToMap(), 0);
 }
 
 void tst_DiscoveryWizards::walkToReadPage(DiscoverLightsWizard &wizard, int lights)

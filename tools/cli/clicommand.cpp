@@ -5,6 +5,7 @@
 #include "model/mapmodel.h"
 
 #include <QFileInfo>
+#include <QSaveFile>
 
 #include <cstdio>
 
@@ -35,6 +36,43 @@ int parseCommandLine(QCommandLineParser &parser, const QStringList &arguments,
         return ExitOk;
     }
     return -1;
+}
+
+bool checkWritable(const QString &path, QString *reason)
+{
+    if (QFileInfo(path).isDir()) {
+        *reason = QStringLiteral("it is a directory");
+        return false;
+    }
+    // Saving writes a new file beside the old one and renames it over; opening one the same
+    // way and abandoning it checks exactly that, and leaves nothing behind.
+    QSaveFile probe(path);
+    if (!probe.open(QIODevice::WriteOnly)) {
+        *reason = probe.errorString();
+        return false;
+    }
+    probe.cancelWriting();
+    return true;
+}
+
+bool saveMapFile(MapModel &model, const QString &path)
+{
+    QSaveFile file(path);
+    QString reason;
+    if (!file.open(QIODevice::WriteOnly)) {
+        reason = file.errorString();
+    } else if (!model.saveToDevice(file)) {
+        reason = file.error() != QFileDevice::NoError
+                     ? file.errorString()
+                     : QStringLiteral("the map could not be written");
+        file.cancelWriting();
+    } else if (!file.commit()) {
+        reason = file.errorString();
+    }
+    if (reason.isEmpty())
+        return true;
+    err() << "orrery-cli: cannot save " << path << ": " << reason << Qt::endl;
+    return false;
 }
 
 // Loads a map, collecting the model's messages. Reports failure with those messages on

@@ -22,6 +22,13 @@ QTextStream &err();
 int parseCommandLine(QCommandLineParser &parser, const QStringList &arguments,
                      const QString &usage);
 
+// Checks, before any work is done, that a map can be saved at path (the directory exists and
+// takes a new file, an existing file may be replaced). False with the system's reason.
+bool checkWritable(const QString &path, QString *reason);
+// Saves the model at path as the map commands save maps; on failure prints
+// "orrery-cli: cannot save PATH: REASON" to stderr, REASON being the system's error text.
+bool saveMapFile(MapModel &model, const QString &path);
+
 // Loads a map as every command reads maps (device properties as the definitions describe
 // them), collecting the model's messages; on failure prints them and the reason to stderr.
 bool loadMapFile(MapModel &model, const QString &path, QStringList &messages);

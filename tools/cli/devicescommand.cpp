@@ -216,6 +216,14 @@ int runDevicesCommand(const QStringList &arguments)
         err() << "orrery-cli: devices takes no FILE arguments\n" << kUsage << Qt::endl;
         return ExitUsage;
     }
+    // A serial names one definition whatever its kind; printing it under a --type filter
+    // would answer a question that was not asked.
+    if (parser.isSet(serial) && parser.isSet(type)) {
+        err() << "orrery-cli: --serial and --type cannot be combined: --serial finds the "
+                 "definition of one device, --type lists a kind\n"
+              << kUsage << Qt::endl;
+        return ExitUsage;
+    }
 
     std::optional<quint64> serialNumber;
     if (parser.isSet(serial)) {

@@ -1,8 +1,9 @@
 #include "discovercommand.h"
 
 #include "clicommand.h"
-#include "devices/devicedictionary.h"
+#include "discoveryreport.h"
 #include "devices/definitionpropertyformat.h"
+#include "devices/devicedictionary.h"
 #include "devices/deviceresources.h"
 #include "discovery/definitionreadplan.h"
 #include "discovery/discoveredmap.h"
@@ -11,19 +12,15 @@
 #include "discovery/lightsearch.h"
 #include "discovery/supplysearch.h"
 #include "model/datasupply.h"
-#include "model/light.h"
-#include "model/mapjson.h"
 #include "model/mapmodel.h"
 
 #include <QEventLoop>
-#include <QJsonArray>
-#include <QJsonDocument>
 
 #include <algorithm>
 
 namespace {
 
-enum class Depth { Discover, Scan, Read };
+using Depth = DiscoveryResult::Depth;
 
 const QString kUsage = QStringLiteral(
     "Usage: orrery-cli discover [--json] [--timeout MS] [--save FILE.map]\n"
@@ -32,14 +29,18 @@ const QString kUsage = QStringLiteral(
     "\n"
     "  discover  find the supplies on the network and their ports\n"
     "  scan      discover, then find the lights on every port\n"
-    "  read      scan, then read every light's stored data (DMX address and more);\n"
-    "            exits with status 1 when some light never answered\n"
+    "  read      scan, then read every light's stored data (DMX address and more)\n"
     "\n"
-    "Requests are repeated while listening, so a lost datagram does not lose a supply, a\n"
-    "port or a light. Use the global option --broadcast ADDRESS to choose where discovery\n"
+    "Requests are repeated for the whole listening time, so a lost datagram does not lose a\n"
+    "supply, a port or a light; read asks a light again for what it has not answered, for\n"
+    "up to twice the listening time per step. Ports are numbered from 1, as on the supplies.\n"
+    "Exit status 1 names what never answered: a supply's port count, a port no scan answer\n"
+    "named, a light that did not answer or gave no DMX start address, or a request that\n"
+    "could not be sent. Use the global option --broadcast ADDRESS to choose where discovery\n"
     "broadcasts go.");
 
 constexpr int kDefaultTimeoutMs = 2000;
+constexpr int kMaxTimeoutMs = 600000;
 
 template<typename Search>
 void waitFor(Search &search)
@@ -50,71 +51,30 @@ void waitFor(Search &search)
         loop.exec();
 }
 
-QString hex(quint64 value, int width)
+// A read request is asked again after this long without an answer: long enough for an RDM
+// fixture behind its supply, short enough that many tries fit into the listening time.
+int requestTimeoutMs(int timeoutMs)
 {
-    return QStringLiteral("%1").arg(value, width, 16, QLatin1Char('0')).toUpper();
+    return std::clamp(timeoutMs / 8, 50, 250);
 }
 
-QString portsText(const DataSupply &supply, bool known)
+std::optional<int> parseTimeout(const QString &text)
 {
-    if (!known)
-        return QStringLiteral("ports unknown");
-    QStringList ports;
-    for (const SupplyPort &p : supply.ports())
-        ports << QStringLiteral("%1 (type %2)").arg(p.number).arg(p.type);
-    return QStringLiteral("%1 port(s): %2").arg(supply.portCount()).arg(ports.join(QStringLiteral(", ")));
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    if (!ok || value < 1 || value > kMaxTimeoutMs)
+        return std::nullopt;
+    return value;
 }
 
-QJsonObject lightJson(const Light &light, const LightDataReader *reader)
+void reportDuplicateSerial(const DataSupply *supply, const DataSupply *earlier)
 {
-    QJsonObject object = MapJson::light(light);
-    if (const int address = dmxAddressOf(light))
-        object.insert(QStringLiteral("dmxAddress"), address);
-    if (reader)
-        object.insert(QStringLiteral("read"), reader->state(light.uid()) == LightDataReader::State::Read);
-    return object;
-}
-
-QList<Light *> sortedLights(QList<Light *> lights)
-{
-    std::sort(lights.begin(), lights.end(), [](const Light *a, const Light *b) {
-        return std::make_tuple(a->dataSupply(), a->portNumber(), a->lightNumber())
-               < std::make_tuple(b->dataSupply(), b->portNumber(), b->lightNumber());
-    });
-    return lights;
-}
-
-void printText(const SupplySearch &supplies, const QList<Light *> &lights,
-               const LightDataReader *reader, Depth depth)
-{
-    out() << supplies.supplies().size() << " supplies\n";
-    for (const DataSupply *s : supplies.supplies()) {
-        out() << "  " << s->name() << "  serial " << hex(s->serialNumber(), 8) << "  "
-              << s->ipAddress().toString() << "  " << s->macAddress() << "  v" << s->version()
-              << " " << s->versionString() << "  universe " << s->universe() << "  "
-              << portsText(*s, supplies.portsKnown(s)) << "\n";
-    }
-    if (depth == Depth::Discover)
-        return;
-    out() << lights.size() << " lights\n";
-    for (const Light *l : lights) {
-        out() << "  " << hex(l->serialNumber(), l->serialNumber() > 0xFFFFFFFFULL ? 12 : 8)
-              << "  supply " << hex(l->dataSupply(), 8) << "  port " << l->portNumber()
-              << "  light " << l->lightNumber();
-        if (reader) {
-            if (reader->state(l->uid()) != LightDataReader::State::Read)
-                out() << "  no answer";
-            else if (const int address = dmxAddressOf(*l))
-                out() << "  DMX " << address;
-            for (auto it = l->deviceProperties().cbegin(); it != l->deviceProperties().cend(); ++it) {
-                if (it.key() != QLatin1String("DMX_OFFSET"))
-                    out() << "  " << it.key() << "=" << it.value();
-            }
-        }
-        out() << "\n";
-    }
-    if (reader)
-        out() << reader->readCount() << " read, " << reader->failedCount() << " without answer\n";
+    const QString serial = QString::number(supply->serialNumber(), 16).toUpper();
+    err() << "orrery-cli: supplies at " << earlier->ipAddress().toString() << " and "
+          << supply->ipAddress().toString() << " report the same serial "
+          << serial.rightJustified(8, QLatin1Char('0'))
+          << "; each is kept as a supply of its own (one of them needs its serial set)"
+          << Qt::endl;
 }
 
 } // namespace
@@ -127,10 +87,13 @@ int runDiscoverCommand(const QStringList &arguments)
                                                           : Depth::Read;
     QCommandLineParser parser;
     const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Print JSON."));
-    const QCommandLineOption timeout(QStringLiteral("timeout"),
-                                     QStringLiteral("How long to listen for answers (default %1).")
-                                         .arg(kDefaultTimeoutMs),
-                                     QStringLiteral("MS"), QString::number(kDefaultTimeoutMs));
+    const QCommandLineOption timeout(
+        QStringLiteral("timeout"),
+        QStringLiteral("How long to listen for answers at each stage, in milliseconds "
+                       "(1 to %1, default %2).")
+            .arg(kMaxTimeoutMs)
+            .arg(kDefaultTimeoutMs),
+        QStringLiteral("MS"), QString::number(kDefaultTimeoutMs));
     const QCommandLineOption save(QStringLiteral("save"),
                                   QStringLiteral("Write everything found as a map."),
                                   QStringLiteral("FILE.map"));
@@ -139,67 +102,79 @@ int runDiscoverCommand(const QStringList &arguments)
     rest.first().prepend(QStringLiteral("orrery-cli "));
     if (int status = parseCommandLine(parser, rest, kUsage); status >= 0)
         return status;
-    bool ok = false;
-    const int timeoutMs = parser.value(timeout).toInt(&ok);
-    if (!ok || timeoutMs <= 0 || !parser.positionalArguments().isEmpty()) {
-        err() << "orrery-cli: " << (ok ? "unexpected argument" : "--timeout takes milliseconds")
+    const std::optional<int> timeoutMs = parseTimeout(parser.value(timeout));
+    if (!timeoutMs) {
+        err() << "orrery-cli: --timeout takes a whole number of milliseconds from 1 to "
+              << kMaxTimeoutMs << ", not: " << parser.value(timeout) << "\n"
+              << kUsage << Qt::endl;
+        return ExitUsage;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        err() << "orrery-cli: unexpected argument: " << parser.positionalArguments().constFirst()
               << "\n" << kUsage << Qt::endl;
         return ExitUsage;
+    }
+    // Nothing is worth finding if it cannot be kept: check the map file before listening.
+    QString reason;
+    if (parser.isSet(save) && !checkWritable(parser.value(save), &reason)) {
+        err() << "orrery-cli: cannot save " << parser.value(save) << ": " << reason << Qt::endl;
+        return ExitFailure;
     }
 
     DeviceResources::registerResources();
     DiscoveryEngine engine;
     // Read what each light's device definition says its memory holds, not only its address.
     engine.setReadPlan(std::make_shared<DefinitionReadPlan>(*DeviceDictionary::instance()));
+    DiscoveryResult result;
+    result.depth = depth;
+    result.engine = &engine;
+    QObject::connect(&engine, &DiscoveryEngine::sendFailed, [&result](const QString &message) {
+        err() << "orrery-cli: " << message << Qt::endl;
+        result.sendFailures << message;
+    });
+
     SupplySearch supplySearch(engine);
-    supplySearch.start(timeoutMs);
+    QObject::connect(&supplySearch, &SupplySearch::duplicateSerialFound, reportDuplicateSerial);
+    result.supplies = &supplySearch;
+    supplySearch.start(*timeoutMs);
     waitFor(supplySearch);
 
-    QList<Light *> lights;
     LightSearch lightSearch(engine);
     LightDataReader reader(engine);
     if (depth != Depth::Discover) {
-        lightSearch.start(supplySearch.supplies(), timeoutMs);
+        result.lightSearch = &lightSearch;
+        lightSearch.start(supplySearch.supplies(), *timeoutMs);
         waitFor(lightSearch);
-        lights = sortedLights(lightSearch.lights());
+        result.lights = lightSearch.lights();
+        result.sortLights();
     }
     if (depth == Depth::Read) {
-        reader.setRequestTimeoutMs(std::clamp(timeoutMs / 5, 50, 1000));
-        reader.start(lights);
+        const int requestMs = requestTimeoutMs(*timeoutMs);
+        reader.setRequestTimeoutMs(requestMs);
+        reader.setMaxAttempts(std::max(16, 2 * *timeoutMs / requestMs));
+        result.reader = &reader;
+        reader.start(result.lights);
         waitFor(reader);
     }
-    const LightDataReader *readResult = depth == Depth::Read ? &reader : nullptr;
 
-    if (parser.isSet(json)) {
-        QJsonArray supplyArray, lightArray;
-        for (const DataSupply *s : supplySearch.supplies())
-            supplyArray.append(MapJson::supply(*s));
-        QJsonObject document{{QStringLiteral("supplies"), supplyArray}};
-        if (depth != Depth::Discover) {
-            for (const Light *l : qAsConst(lights))
-                lightArray.append(lightJson(*l, readResult));
-            document.insert(QStringLiteral("lights"), lightArray);
-        }
-        out() << QJsonDocument(document).toJson(QJsonDocument::Indented) << Qt::flush;
-    } else {
-        printText(supplySearch, lights, readResult, depth);
-        out() << Qt::flush;
-    }
+    if (parser.isSet(json))
+        printDiscoveryJson(result);
+    else
+        printDiscoveryText(result);
+
+    const QStringList problems = result.problems();
+    for (const QString &problem : problems.mid(result.sendFailures.size()))
+        err() << "orrery-cli: " << problem << "\n";
+    err() << Qt::flush;
 
     if (parser.isSet(save)) {
         MapModel model;
         model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
-        addDiscoveredToMap(model, engine, supplySearch.supplies(), lights);
-        if (!model.saveToFile(parser.value(save))) {
-            err() << "orrery-cli: unable to save file " << parser.value(save) << Qt::endl;
+        addDiscoveredToMap(model, engine, supplySearch.supplies(), result.lights);
+        if (!saveMapFile(model, parser.value(save)))
             return ExitFailure;
-        }
         err() << "Saved " << model.dataSupplyCount() << " supplies and " << model.lightCount()
               << " lights to " << parser.value(save) << Qt::endl;
     }
-    if (readResult && readResult->failedCount() > 0) {
-        err() << "orrery-cli: " << readResult->failedCount() << " light(s) never answered" << Qt::endl;
-        return ExitFailure;
-    }
-    return ExitOk;
+    return problems.isEmpty() ? ExitOk : ExitFailure;
 }

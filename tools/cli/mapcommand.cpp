@@ -65,14 +65,17 @@ int runResave(const QStringList &arguments)
         return ExitUsage;
     }
 
+    QString reason;
+    if (!checkWritable(files.at(1), &reason)) {
+        err() << "orrery-cli: cannot save " << files.at(1) << ": " << reason << Qt::endl;
+        return ExitFailure;
+    }
     MapModel model;
     QStringList messages;
     if (!loadMapFile(model, files.at(0), messages))
         return ExitFailure;
-    if (!model.saveToFile(files.at(1))) {
-        err() << "orrery-cli: unable to save file " << files.at(1) << Qt::endl;
+    if (!saveMapFile(model, files.at(1)))
         return ExitFailure;
-    }
     out() << "Wrote " << model.dataSupplyCount() << " supplies, " << model.lightCount()
           << " lights, " << model.groupCount() << " groups to " << files.at(1) << Qt::endl;
     return ExitOk;

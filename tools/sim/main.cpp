@@ -48,6 +48,7 @@ struct Options
     bool verbose = false;
     bool controller = false;
     bool installation = true;
+    bool sharePort = false;
     QString screenshot;
     int screenshotDelayMs = 1000;
     int runForMs = 0;
@@ -90,6 +91,9 @@ void addOptions(QCommandLineParser &parser)
          QStringLiteral("file")},
         {QStringLiteral("screenshot-delay"),
          QStringLiteral("Wait before the screenshot (default 1000)."), QStringLiteral("ms")},
+        {QStringLiteral("share-port"),
+         QStringLiteral("Start even when another program (such as a second orrery-sim) already "
+                        "holds UDP port 6038 here; both will then answer.")},
         {QStringLiteral("run-for"),
          QStringLiteral("Stop after this long (default: run until "
                         "interrupted)."),
@@ -150,6 +154,7 @@ std::optional<Options> readOptions(const QCommandLineParser &parser)
     options.verbose = parser.isSet(QStringLiteral("verbose"));
     options.controller = parser.isSet(QStringLiteral("controller"));
     options.installation = !parser.isSet(QStringLiteral("no-installation"));
+    options.sharePort = parser.isSet(QStringLiteral("share-port"));
     options.screenshot = parser.value(QStringLiteral("screenshot"));
     qint64 delay = options.screenshotDelayMs;
     qint64 runFor = 0;
@@ -225,6 +230,14 @@ int run(QCoreApplication &app, const Options &options, const SimInstallation &in
     QString error;
     std::unique_ptr<Simulator> simulator;
     if (options.installation) {
+        // Two simulators on one port both answer: every supply would be found twice over and
+        // each light answer twice, which no real installation does.
+        if (!options.sharePort && Simulator::protocolPortInUse()) {
+            err() << "orrery-sim: UDP port 6038 is already in use on this host, probably by "
+                     "another orrery-sim; stop it, or start with --share-port to answer beside it"
+                  << Qt::endl;
+            return ExitFailed;
+        }
         simulator = std::make_unique<Simulator>(installation);
         if (!simulator->start(&error)) {
             err() << "orrery-sim: " << error << Qt::endl;
