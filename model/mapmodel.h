@@ -16,6 +16,7 @@ class Group;
 class Light;
 class QIODevice;
 struct ParsedMap;
+struct ParsedMapChild;
 
 // The in-memory picture of one installation: every supply, light and group, owned here and
 // keyed by uid. Everything else refers to these objects by uid and follows them through
@@ -36,8 +37,8 @@ public:
     // A uid that no supply, light or group of this model holds.
     quint64 newUid() const;
 
-    // Each add takes ownership. An object whose uid is already held by another object of
-    // the same kind is refused, reported through msg() and destroyed; the map is unchanged.
+    // Each add takes ownership. An object whose uid is already held by any supply, light or
+    // group is refused, reported through msg() and destroyed; the map is unchanged.
     bool addDataSupply(std::unique_ptr<DataSupply> supply);
     bool addLight(std::unique_ptr<Light> light);
     bool addGroup(std::unique_ptr<Group> group);
@@ -92,12 +93,21 @@ public:
     void setEffects(const QVector<EffectRecord> &effects) { m_effects = effects; }
 
     // Adds the map file's contents to the model (callers clear it first when replacing).
+    // What cannot be kept as the file has it is reported through msg(), naming the object
+    // and the field; references to objects the map does not hold are dropped (see
+    // docs/ARCHITECTURE.md, "The map file").
     bool loadFromFile(const QString &path);
     bool loadFromDevice(QIODevice &device);
+    // Why the last load failed, for the user: the system's error text, or the reader's line,
+    // column and reason. Empty after a load that succeeded.
+    QString loadError() const { return m_loadError; }
     // Writes the whole map. The previous file is replaced only after a complete write, so a
-    // failed save leaves it untouched.
+    // failed save leaves it untouched. A path that exists and is not a regular file (a
+    // device, a directory, a pipe) is refused; a symbolic link to a regular file is followed.
     bool saveToFile(const QString &path);
     bool saveToDevice(QIODevice &device);
+    // Why the last saveToFile() failed; empty after one that succeeded.
+    QString saveError() const { return m_saveError; }
 
     const MapPropertyFormat &propertyFormat() const { return *m_propertyFormat; }
     void setPropertyFormat(std::shared_ptr<const MapPropertyFormat> format);
@@ -129,7 +139,15 @@ private:
     bool insertDataSupply(std::unique_ptr<DataSupply> supply, Announce announce);
     bool insertLight(std::unique_ptr<Light> light, Announce announce);
     bool insertGroup(std::unique_ptr<Group> group, Announce announce);
+    bool holdsUid(quint64 uid) const;
+    struct LoadPlan;
+    LoadPlan planLoad(const ParsedMap &parsed) const;
+    class LoadNotes;
+    void resolveReferences(ParsedMapChild &child, const LoadPlan &plan, LoadNotes &notes);
     bool applyParsedMap(ParsedMap &parsed);
+    void announceLoaded(const QList<quint64> &supplies, const QList<quint64> &lights,
+                        const QList<quint64> &groups);
+    bool failLoad(const QString &reason);
     void connectMember(Group *group, quint64 lightUid);
     void updateCanvasRect();
 
@@ -142,4 +160,6 @@ private:
     bool m_livePlay = true;
     QVector<EffectRecord> m_effects;
     std::shared_ptr<const MapPropertyFormat> m_propertyFormat;
+    QString m_loadError;
+    QString m_saveError;
 };
