@@ -283,7 +283,8 @@ bool Kestrel::loadMap(const QString &path)
         checkCanvasSize();
     } else {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Load Error"),
-                           QStringLiteral("Failed to open map: %1").arg(absolutePath),
+                           QStringLiteral("Failed to open map: %1\n\n%2")
+                               .arg(absolutePath, m_model->loadError()),
                            QMessageBox::Ok);
         m_currentMapPath.clear();
         removeRecentMap(absolutePath);
@@ -337,7 +338,9 @@ bool Kestrel::saveMap(bool askForPath)
     m_livePlayer->writeToMap();
     if (!m_model->saveToFile(path)) {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Save Failed"),
-                           QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
+                           QStringLiteral("Unable to save file ") + path + QStringLiteral("\n\n")
+                               + m_model->saveError(),
+                           QMessageBox::Ok);
         return false;
     }
     m_currentMapPath = QFileInfo(path).absoluteFilePath();
@@ -589,7 +592,9 @@ void Kestrel::handleCreateAnimationTemplateAction()
     if (!result.image.save(path, "PNG")) {
         statusBar()->clearMessage();
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Error"),
-                           QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
+                           QStringLiteral("Unable to save file ") + path + QStringLiteral("\n\n")
+                               + m_model->saveError(),
+                           QMessageBox::Ok);
         return;
     }
     emit statusMsg(QStringLiteral("Animation template of %1 x %2 pixels saved to %3")
