@@ -53,7 +53,7 @@ bool loadMapFile(MapModel &model, const QString &path, QStringList &messages)
         return true;
     for (const QString &m : qAsConst(messages))
         err() << m << "\n";
-    err() << "orrery-cli: failed to load map: " << path << Qt::endl;
+    err() << "orrery-cli: failed to load map: " << path << ": " << model.loadError() << Qt::endl;
     return false;
 }
 

@@ -68,7 +68,8 @@ int runResave(const QStringList &arguments)
     if (!loadMapFile(model, files.at(0), messages))
         return ExitFailure;
     if (!model.saveToFile(files.at(1))) {
-        err() << "orrery-cli: unable to save file " << files.at(1) << Qt::endl;
+        err() << "orrery-cli: unable to save file " << files.at(1) << ": " << model.saveError()
+              << Qt::endl;
         return ExitFailure;
     }
     out() << "Wrote " << model.dataSupplyCount() << " supplies, " << model.lightCount()
