@@ -31,6 +31,8 @@ QString hex(quint64 value)
 template<typename T, typename Remove>
 void removeAll(QHash<quint64, T *> &hash, Remove remove)
 {
+    if (hash.isEmpty())
+        return;
     QHash<quint64, T *> objects;
     objects.swap(hash);
     for (auto it = objects.begin(); it != objects.end(); it = objects.erase(it))
@@ -54,7 +56,7 @@ MapModel::~MapModel()
 {
     // Children are deleted by QObject; drop the connections first so that no signal of a
     // dying light reaches a group that is already gone.
-    for (Light *light : qAsConst(m_lights))
+    for (Light *light : lights())
         light->disconnect();
 }
 
@@ -406,12 +408,12 @@ MapModel::LoadPlan MapModel::planLoad(const ParsedMap &parsed) const
     LoadPlan plan;
     plan.accepted.resize(parsed.children.size());
     QSet<quint64> taken;
-    for (auto it = m_dataSupplies.cbegin(); it != m_dataSupplies.cend(); ++it)
-        plan.supplies.insert(it.key());
-    for (auto it = m_lights.cbegin(); it != m_lights.cend(); ++it)
-        plan.lights.insert(it.key());
-    for (auto it = m_groups.cbegin(); it != m_groups.cend(); ++it)
-        taken.insert(it.key());
+    for (const DataSupply *supply : dataSupplies())
+        plan.supplies.insert(supply->uid());
+    for (const Light *light : lights())
+        plan.lights.insert(light->uid());
+    for (const Group *group : groups())
+        taken.insert(group->uid());
     taken += plan.supplies;
     taken += plan.lights;
     // The first object of a uid is added, as the model refuses the others in file order.
@@ -551,7 +553,7 @@ void MapModel::updateCanvasRect()
 {
     // The layout's extent: the box around every light, from the origin.
     double maxX = 0, maxY = 0;
-    for (const Light *l : qAsConst(m_lights)) {
+    for (const Light *l : lights()) {
         if (std::isfinite(l->x()))
             maxX = std::max(maxX, l->x());
         if (std::isfinite(l->y()))

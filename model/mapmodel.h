@@ -61,11 +61,11 @@ public:
     Light *light(quint64 uid) const { return m_lights.value(uid); }
     Group *group(quint64 uid) const { return m_groups.value(uid); }
 
-    QList<DataSupply *> dataSupplies() const { return m_dataSupplies.values(); }
-    QList<Light *> lights() const { return m_lights.values(); }
+    QList<DataSupply *> dataSupplies() const { return valuesOf(m_dataSupplies); }
+    QList<Light *> lights() const { return valuesOf(m_lights); }
     // Every light by uid, without copying: what a live frame walks.
     const QHash<quint64, Light *> &lightHash() const { return m_lights; }
-    QList<Group *> groups() const { return m_groups.values(); }
+    QList<Group *> groups() const { return valuesOf(m_groups); }
     int dataSupplyCount() const { return m_dataSupplies.size(); }
     int lightCount() const { return m_lights.size(); }
     int groupCount() const { return m_groups.size(); }
@@ -135,6 +135,14 @@ signals:
 
 private:
     enum class Announce { Yes, No };
+
+    // A hash reserved for an installation scans all its buckets to find its first entry,
+    // even when it holds none; the kinds a map does not have cost nothing this way.
+    template<typename T>
+    static QList<T *> valuesOf(const QHash<quint64, T *> &hash)
+    {
+        return hash.isEmpty() ? QList<T *>() : hash.values();
+    }
 
     bool insertDataSupply(std::unique_ptr<DataSupply> supply, Announce announce);
     bool insertLight(std::unique_ptr<Light> light, Announce announce);
