@@ -282,10 +282,10 @@ bool Kestrel::loadMap(const QString &path)
         m_livePlayer->readFromMap();
         checkCanvasSize();
     } else {
-        m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Load Error"),
-                           QStringLiteral("Failed to open map: %1\n\n%2")
-                               .arg(absolutePath, m_model->loadError()),
-                           QMessageBox::Ok);
+        m_prompts->message(
+            this, QMessageBox::Critical, QStringLiteral("Load Error"),
+            QStringLiteral("Failed to open map: %1\n\n%2").arg(absolutePath, m_model->loadError()),
+            QMessageBox::Ok);
         m_currentMapPath.clear();
         removeRecentMap(absolutePath);
     }
@@ -338,8 +338,8 @@ bool Kestrel::saveMap(bool askForPath)
     m_livePlayer->writeToMap();
     if (!m_model->saveToFile(path)) {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Save Failed"),
-                           QStringLiteral("Unable to save file ") + path + QStringLiteral("\n\n")
-                               + m_model->saveError(),
+                           QStringLiteral("Unable to save file ") + path + QStringLiteral("\n\n") +
+                               m_model->saveError(),
                            QMessageBox::Ok);
         return false;
     }
@@ -592,9 +592,7 @@ void Kestrel::handleCreateAnimationTemplateAction()
     if (!result.image.save(path, "PNG")) {
         statusBar()->clearMessage();
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Error"),
-                           QStringLiteral("Unable to save file ") + path + QStringLiteral("\n\n")
-                               + m_model->saveError(),
-                           QMessageBox::Ok);
+                           QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
         return;
     }
     emit statusMsg(QStringLiteral("Animation template of %1 x %2 pixels saved to %3")

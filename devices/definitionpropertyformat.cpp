@@ -51,13 +51,13 @@ DefinitionPropertyFormat::chemistryEntries(const Light &light) const
     QList<DeviceDictionary::EntryPointer> reported, others;
     for (const DeviceDictionary::EntryPointer &entry :
          m_dictionary.productCodeEntriesForSerial(light.serialNumber())) {
-        const bool matches = !productCode.isEmpty()
-                             && std::any_of(entry->productCodeRanges().cbegin(),
-                                            entry->productCodeRanges().cend(),
-                                            [&](const ProductCodeRange &range) {
-                                                return range.productCode == productCode
-                                                       && range.contains(light.serialNumber());
-                                            });
+        const bool matches =
+            !productCode.isEmpty() &&
+            std::any_of(entry->productCodeRanges().cbegin(), entry->productCodeRanges().cend(),
+                        [&](const ProductCodeRange &range) {
+                            return range.productCode == productCode &&
+                                   range.contains(light.serialNumber());
+                        });
         (matches ? reported : others).append(entry);
     }
     QList<DeviceDictionary::EntryPointer> entries = reported + others;
@@ -155,7 +155,8 @@ PropertyList DefinitionPropertyFormat::toValues(const PropertyList &properties,
         const QString value = m_mapper.textToValue(token, text);
         if (value != PropertyMapper::kUnsupportedMapping) {
             values.append({token, value});
-        } else if (!entry || m_mapper.valueToText(token, text) != PropertyMapper::kUnsupportedMapping) {
+        } else if (!entry ||
+                   m_mapper.valueToText(token, text) != PropertyMapper::kUnsupportedMapping) {
             // No map describes the token, or the text is a value already (files written
             // before values were mapped to texts): kept as it stands.
             values.append({token, text});

@@ -20,15 +20,17 @@ double asWritten(double value)
 
 } // namespace
 
-MapFieldReader::MapFieldReader(QIODevice &device) : m_xml(&device) {}
+MapFieldReader::MapFieldReader(QIODevice &device) : m_xml(&device)
+{
+}
 
 QString MapFieldReader::quoted(const QString &text)
 {
     // The text may be megabytes long.
     constexpr int kShown = 40;
-    return QLatin1Char('"')
-           + (text.size() <= kShown ? text : text.left(kShown) + QStringLiteral("..."))
-           + QLatin1Char('"');
+    return QLatin1Char('"') +
+           (text.size() <= kShown ? text : text.left(kShown) + QStringLiteral("...")) +
+           QLatin1Char('"');
 }
 
 QString MapFieldReader::hex(quint64 value)
@@ -78,15 +80,12 @@ void MapFieldReader::skipUnknown(const QString &kind)
     const QString key = kind + QLatin1Char('/') + tag;
     if (!m_unknownNoted.contains(key)) {
         m_unknownNoted.insert(key);
-        note(QStringLiteral("element \"%1\" is not part of %2 in a map file; it is not kept "
-                            "(noted once)")
-                 .arg(tag, kind));
+        note(QStringLiteral("unknown element \"%1\" in %2; not kept (noted once)").arg(tag, kind));
     }
     skipElement();
 }
 
-std::optional<QString> MapFieldReader::text(const QString &field, const QString &outcome,
-                                            int limit)
+std::optional<QString> MapFieldReader::text(const QString &field, const QString &outcome, int limit)
 {
     const int depth = m_depth;
     QString text;
@@ -132,8 +131,8 @@ std::optional<qint64> MapFieldReader::integer(const QString &field, qint64 min, 
     return std::nullopt;
 }
 
-std::optional<quint64> MapFieldReader::unsignedNumber(const QString &field, int base,
-                                                      quint64 max, quint64 kept)
+std::optional<quint64> MapFieldReader::unsignedNumber(const QString &field, int base, quint64 max,
+                                                      quint64 kept)
 {
     const auto form = [base](quint64 number) {
         return base == 16 ? hex(number) : QString::number(number);
@@ -145,8 +144,8 @@ std::optional<quint64> MapFieldReader::unsignedNumber(const QString &field, int 
     const quint64 number = value->toULongLong(&ok, base);
     if (ok && number <= max)
         return number;
-    const QString kind = base == 16 ? QStringLiteral("a hexadecimal number")
-                                    : QStringLiteral("a whole number");
+    const QString kind =
+        base == 16 ? QStringLiteral("a hexadecimal number") : QStringLiteral("a whole number");
     const QString range = max == std::numeric_limits<quint64>::max()
                               ? QString()
                               : QStringLiteral(" from 0 to ") + form(max);

@@ -46,29 +46,27 @@ public:
 
     // One field of the object being read: a field given twice is noted (the last one is
     // taken), and `set` gets the value when it is taken.
-    template<typename Set>
-    void textField(const QString &field, const QString &current, Set set)
+    template <typename Set> void textField(const QString &field, const QString &current, Set set)
     {
         noteRepeat(field);
         if (const auto value = text(field, QStringLiteral("kept ") + quoted(current)))
             set(*value);
     }
-    template<typename Set>
+    template <typename Set>
     void integerField(const QString &field, qint64 min, qint64 max, qint64 current, Set set)
     {
         noteRepeat(field);
         if (const auto value = integer(field, min, max, current))
             set(*value);
     }
-    template<typename Set>
+    template <typename Set>
     void unsignedField(const QString &field, int base, quint64 max, quint64 current, Set set)
     {
         noteRepeat(field);
         if (const auto value = unsignedNumber(field, base, max, current))
             set(*value);
     }
-    template<typename Set>
-    void coordinateField(const QString &field, double current, Set set)
+    template <typename Set> void coordinateField(const QString &field, double current, Set set)
     {
         noteRepeat(field);
         if (const auto value = coordinate(field, current))

@@ -94,7 +94,8 @@ void MapDocumentReader::readReference(const QString &field, QVector<quint64> &re
     if (!uid)
         return;
     if (seen.contains(*uid)) {
-        m_in.note(QStringLiteral("%1 %2 is listed more than once; kept once").arg(field, hex(*uid)));
+        m_in.note(
+            QStringLiteral("%1 %2 is listed more than once; kept once").arg(field, hex(*uid)));
         return;
     }
     seen.insert(*uid);
@@ -228,7 +229,8 @@ ParsedMapChild MapDocumentReader::readSupply()
             m_in.unsignedField(QStringLiteral("uid"), 16, kAny, s.uid(),
                                [&](quint64 v) { s.setUid(v); });
         } else if (is(name, QLatin1String("n"), QLatin1String("name"))) {
-            m_in.textField(QStringLiteral("name"), s.name(), [&](const QString &v) { s.setName(v); });
+            m_in.textField(QStringLiteral("name"), s.name(),
+                           [&](const QString &v) { s.setName(v); });
         } else if (is(name, QLatin1String("sn"), QLatin1String("serialnumber"))) {
             m_in.unsignedField(QStringLiteral("serial number"), 16, kAny, s.serialNumber(),
                                [&](quint64 v) { s.setSerialNumber(v); });
@@ -278,7 +280,8 @@ ParsedMapChild MapDocumentReader::readSupply()
         for (const QString &n : m_format.readSupplyProperties(s, checkedProperties(properties)))
             m_in.note(n);
         child.kind = ParsedMapChild::Kind::Supply;
-        child.notes = m_in.takeNotes(QStringLiteral("loadDataSupply: supply %1: ").arg(hex(s.uid())));
+        child.notes =
+            m_in.takeNotes(QStringLiteral("loadDataSupply: supply %1: ").arg(hex(s.uid())));
         child.supply = std::move(supply);
         break;
     default:
@@ -296,14 +299,14 @@ ParsedMapChild MapDocumentReader::readSupply()
 void MapDocumentReader::readSupplyAddress(DataSupply &supply, bool isIp)
 {
     const QString field = isIp ? QStringLiteral("IP address") : QStringLiteral("MAC address");
-    const QString fallback = isIp ? QStringLiteral("10.0.0.0") : QStringLiteral("00:00:00:00:00:00");
+    const QString fallback =
+        isIp ? QStringLiteral("10.0.0.0") : QStringLiteral("00:00:00:00:00:00");
     m_in.noteRepeat(field);
     const std::optional<QString> text = m_in.text(field, fallback + QStringLiteral(" is used"));
     QHostAddress address;
-    const bool valid = text
-                       && (isIp ? address.setAddress(*text)
-                                      && address.protocol() == QAbstractSocket::IPv4Protocol
-                                : text->split(QLatin1Char(':')).size() == 6);
+    const bool valid = text && (isIp ? address.setAddress(*text) &&
+                                           address.protocol() == QAbstractSocket::IPv4Protocol
+                                     : text->split(QLatin1Char(':')).size() == 6);
     if (text && !valid)
         m_in.note(QStringLiteral("%1 %2 is not %3; %4 is used")
                       .arg(field, MapFieldReader::quoted(*text),
@@ -328,8 +331,9 @@ QVector<SupplyPort> MapDocumentReader::readPorts()
             if (count <= kMaxPorts)
                 ports.append(port);
             else if (count == kMaxPorts + 1)
-                m_in.note(QStringLiteral("port list holds more than %1 ports; the rest are not kept")
-                              .arg(kMaxPorts));
+                m_in.note(
+                    QStringLiteral("port list holds more than %1 ports; the rest are not kept")
+                        .arg(kMaxPorts));
         } else {
             m_in.skipUnknown(QStringLiteral("a port list"));
         }
@@ -370,8 +374,8 @@ void MapDocumentReader::readProperties(PropertyList &properties)
 {
     while (m_in.nextChildElement()) {
         const QString tag = m_xml.name().toString();
-        if (const auto value = m_in.text(QStringLiteral("property %1").arg(tag),
-                                         QStringLiteral("not kept")))
+        if (const auto value =
+                m_in.text(QStringLiteral("property %1").arg(tag), QStringLiteral("not kept")))
             properties.append({tag, *value});
     }
 }
@@ -422,7 +426,8 @@ ParsedMapChild MapDocumentReader::readLight()
             m_in.unsignedField(QStringLiteral("uid"), 16, kAny, l.uid(),
                                [&](quint64 v) { l.setUid(v); });
         } else if (is(name, QLatin1String("n"), QLatin1String("name"))) {
-            m_in.textField(QStringLiteral("name"), l.name(), [&](const QString &v) { l.setName(v); });
+            m_in.textField(QStringLiteral("name"), l.name(),
+                           [&](const QString &v) { l.setName(v); });
         } else if (name == QLatin1String("pn")) {
             // The index of one of the supply's ports, whose count is eight bits wide.
             m_in.integerField(QStringLiteral("port number"), 0, 0xFF, l.portNumber(),
@@ -439,11 +444,12 @@ ParsedMapChild MapDocumentReader::readLight()
         } else if (is(name, QLatin1String("fc"), QLatin1String("fixturecode"))) {
             m_in.unsignedField(QStringLiteral("fixture code"), 16, k32Bits, l.fixtureCode(),
                                [&](quint64 v) { l.setFixtureCode(static_cast<unsigned>(v)); });
-        } else if (name.size() == 1 && name.at(0) >= QLatin1Char('x') && name.at(0) <= QLatin1Char('z')) {
+        } else if (name.size() == 1 && name.at(0) >= QLatin1Char('x') &&
+                   name.at(0) <= QLatin1Char('z')) {
             double &value = position[name.at(0).unicode() - 'x'];
             m_in.coordinateField(name.toString(), value, [&](double v) { value = v; });
-        } else if (name.size() == 2 && name.at(0) == QLatin1Char('q') && name.at(1) >= QLatin1Char('0')
-                   && name.at(1) <= QLatin1Char('3')) {
+        } else if (name.size() == 2 && name.at(0) == QLatin1Char('q') &&
+                   name.at(1) >= QLatin1Char('0') && name.at(1) <= QLatin1Char('3')) {
             double &value = q[name.at(1).unicode() - '0'];
             m_in.coordinateField(name.toString(), value, [&](double v) { value = v; });
         } else if (is(name, QLatin1String("ch"), QLatin1String("channel"))) {
@@ -455,7 +461,8 @@ ParsedMapChild MapDocumentReader::readLight()
                                [&](quint64 v) { l.setSerialNumber(v); });
         } else if (name == QLatin1String("tintlockprofileid")) {
             m_in.integerField(QStringLiteral("Tintlock profile id"), kIntMin, kIntMax,
-                              l.tintlockProfileId(), [&](qint64 v) { l.setTintlockProfileId(int(v)); });
+                              l.tintlockProfileId(),
+                              [&](qint64 v) { l.setTintlockProfileId(int(v)); });
         } else if (name == QLatin1String("tintlockiomode")) {
             m_in.integerField(QStringLiteral("Tintlock I/O mode"), kIntMin, kIntMax,
                               l.tintlockIoMode(), [&](qint64 v) { l.setTintlockIoMode(int(v)); });
@@ -490,7 +497,8 @@ ParsedMapChild MapDocumentReader::readGroup()
             m_in.unsignedField(QStringLiteral("uid"), 16, kAny, g.uid(),
                                [&](quint64 v) { g.setUid(v); });
         } else if (is(name, QLatin1String("n"), QLatin1String("name"))) {
-            m_in.textField(QStringLiteral("name"), g.name(), [&](const QString &v) { g.setName(v); });
+            m_in.textField(QStringLiteral("name"), g.name(),
+                           [&](const QString &v) { g.setName(v); });
         } else if (name == QLatin1String("o")) {
             m_in.integerField(QStringLiteral("o"), kIntMin, kIntMax, g.oValue(),
                               [&](qint64 v) { g.setOValue(int(v)); });

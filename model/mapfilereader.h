@@ -66,7 +66,7 @@ struct ParsedMap
     QString rootName;          // tag of the first top-level element
     int rootChildNodes = 0;    // child nodes of the root element
     std::vector<ParsedMapChild> children;
-    int notesNotKept = 0;      // notes past MapFileFormat::kMaxNotes, only counted
+    int notesNotKept = 0; // notes past MapFileFormat::kMaxNotes, only counted
 };
 
 // Reads a whole map document. Short and long tag names are both accepted.

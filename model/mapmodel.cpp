@@ -28,8 +28,7 @@ QString hex(quint64 value)
 // Empties a hash, deleting its objects through `remove`, but keeps its buckets: the capacity
 // reserved for an installation stays, and a clear costs nothing but the walk. The model is
 // empty while its objects go, as whoever hears of a removal may look at it.
-template<typename T, typename Remove>
-void removeAll(QHash<quint64, T *> &hash, Remove remove)
+template <typename T, typename Remove> void removeAll(QHash<quint64, T *> &hash, Remove remove)
 {
     if (hash.isEmpty())
         return;
@@ -307,9 +306,10 @@ bool MapModel::loadFromFile(const QString &path)
         return failLoad(QStringLiteral("Unable to open file: ") + file.errorString());
     }
     if (file.size() > kMaxMapFileBytes) {
-        const QString reason = QStringLiteral("Map file is too large (%1 bytes; the limit is %2 MB).")
-                                   .arg(file.size())
-                                   .arg(kMaxMapFileBytes >> 20);
+        const QString reason =
+            QStringLiteral("Map file is too large (%1 bytes; the limit is %2 MB).")
+                .arg(file.size())
+                .arg(kMaxMapFileBytes >> 20);
         qCDebug(lcModel) << "Error:" << reason;
         emit msg(QStringLiteral("Error: ") + reason);
         return failLoad(reason);
@@ -337,7 +337,8 @@ bool MapModel::loadFromDevice(QIODevice &device)
                                        "\"map\" element only.")
                             .arg(parsed.topLevelNodes));
     if (parsed.rootName != QLatin1String("map")) {
-        const QString text = QStringLiteral("Not a map file (root element \"%1\").").arg(parsed.rootName);
+        const QString text =
+            QStringLiteral("Not a map file (root element \"%1\").").arg(parsed.rootName);
         emit msg(QStringLiteral("Error: ") + text);
         return failLoad(text);
     }
@@ -419,10 +420,10 @@ MapModel::LoadPlan MapModel::planLoad(const ParsedMap &parsed) const
     // The first object of a uid is added, as the model refuses the others in file order.
     for (size_t i = 0; i < parsed.children.size(); ++i) {
         const ParsedMapChild &child = parsed.children[i];
-        const bool isObject = child.kind == ParsedMapChild::Kind::Supply
-                              || child.kind == ParsedMapChild::Kind::Light
-                              || (child.kind == ParsedMapChild::Kind::Group
-                                  && !child.group->isSelectionGroup());
+        const bool isObject =
+            child.kind == ParsedMapChild::Kind::Supply ||
+            child.kind == ParsedMapChild::Kind::Light ||
+            (child.kind == ParsedMapChild::Kind::Group && !child.group->isSelectionGroup());
         if (!isObject || taken.contains(uidOf(child)))
             continue;
         const quint64 uid = uidOf(child);
@@ -457,8 +458,8 @@ void MapModel::resolveReferences(ParsedMapChild &child, const LoadPlan &plan, Lo
                                     : QStringLiteral("loadGroup: group %1: member %2");
     for (quint64 light : qAsConst(child.references)) {
         if (!plan.lights.contains(light))
-            notes.report(prefix.arg(hex(uid), hex(light))
-                         + QStringLiteral(" is not a light of this map; not kept"));
+            notes.report(prefix.arg(hex(uid), hex(light)) +
+                         QStringLiteral(" is not a light of this map; not kept"));
         else if (isSupply)
             child.supply->addLight(light);
         else

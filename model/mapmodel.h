@@ -138,8 +138,7 @@ private:
 
     // A hash reserved for an installation scans all its buckets to find its first entry,
     // even when it holds none; the kinds a map does not have cost nothing this way.
-    template<typename T>
-    static QList<T *> valuesOf(const QHash<quint64, T *> &hash)
+    template <typename T> static QList<T *> valuesOf(const QHash<quint64, T *> &hash)
     {
         return hash.isEmpty() ? QList<T *>() : hash.values();
     }

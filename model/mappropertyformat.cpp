@@ -28,7 +28,7 @@ PropertyList MapPropertyFormat::supplyPropertiesToWrite(const DataSupply &supply
 }
 
 QStringList MapPropertyFormat::readLightProperties(Light &light,
-                                                  const PropertyList &properties) const
+                                                   const PropertyList &properties) const
 {
     for (const auto &p : properties)
         light.setDeviceProperty(p.first, p.second);
@@ -36,7 +36,7 @@ QStringList MapPropertyFormat::readLightProperties(Light &light,
 }
 
 QStringList MapPropertyFormat::readSupplyProperties(DataSupply &supply,
-                                                   const PropertyList &properties) const
+                                                    const PropertyList &properties) const
 {
     for (const auto &p : properties)
         supply.setDeviceProperty(p.first, p.second);

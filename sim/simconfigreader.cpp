@@ -297,8 +297,9 @@ bool SimConfigReader::readLights(const QJsonObject &object, const QString &path,
         m_lights += int(*count);
         m_memoryBytes += *count * first.memory.size();
         if (m_lights > kMaxLights)
-            return fail(lightPath,
-                        QStringLiteral("the installation holds more than %1 lights").arg(kMaxLights));
+            return fail(
+                lightPath,
+                QStringLiteral("the installation holds more than %1 lights").arg(kMaxLights));
         if (m_memoryBytes > kMaxMemoryBytes)
             return fail(lightPath, QStringLiteral("the lights' memory images exceed %1 MB together")
                                        .arg(kMaxMemoryBytes >> 20));

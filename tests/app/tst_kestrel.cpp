@@ -212,9 +212,9 @@ void tst_Kestrel::failedOpenRemovesTheRecentEntry()
     QCOMPARE(messages.at(0).icon, QMessageBox::Critical);
     QCOMPARE(messages.at(0).title, QStringLiteral("Load Error"));
     // The box says why: the reader's line, column and reason.
-    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: ") + broken
-                                      + QStringLiteral("\n\nError in line: 1, column: 16: "
-                                                       "Premature end of document."));
+    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: ") + broken +
+                                      QStringLiteral("\n\nError in line: 1, column: 16: "
+                                                     "Premature end of document."));
     QCOMPARE(m_window->recentMaps(), QStringList{good});
     QVERIFY(m_window->currentMapPath().isEmpty());
     QCOMPARE(m_window->windowTitle(), QStringLiteral("Orrery"));
@@ -228,7 +228,8 @@ void tst_Kestrel::failedOpenSaysWhyAndLeavesNothingOpen_data()
     QTest::addColumn<QByteArray>("bytes"); // null: no file at all
     QTest::addColumn<QString>("reason");
     QTest::newRow("missing") << QByteArray() << "Unable to open file: No such file or directory";
-    QTest::newRow("empty") << QByteArray("") << "Error in line: 1, column: 0: Premature end of document.";
+    QTest::newRow("empty") << QByteArray("")
+                           << "Error in line: 1, column: 0: Premature end of document.";
     QTest::newRow("garbage") << QByteArray("garbage")
                              << "Error in line: 1, column: 1: Start tag expected.";
 }
@@ -246,8 +247,7 @@ void tst_Kestrel::failedOpenSaysWhyAndLeavesNothingOpen()
     QVERIFY(!m_window->openMap(path));
     const QList<ScriptedPrompts::Asked> messages = m_prompts->messages();
     QCOMPARE(messages.size(), 1);
-    QCOMPARE(messages.at(0).text,
-             QStringLiteral("Failed to open map: %1\n\n%2").arg(path, reason));
+    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: %1\n\n%2").arg(path, reason));
     const auto *progress = m_window->findChild<ModelProgressDialog *>();
     QVERIFY(progress && !progress->isVisible());
     const QList<QTimer *> timers = progress->findChildren<QTimer *>();
@@ -455,8 +455,8 @@ void tst_Kestrel::failedSaveKeepsTheMapDirty()
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.at(0).icon, QMessageBox::Critical);
     QCOMPARE(messages.at(0).title, QStringLiteral("Save Failed"));
-    QCOMPARE(messages.at(0).text, QStringLiteral("Unable to save file ") + impossible
-                                      + QStringLiteral("\n\nNo such file or directory"));
+    QCOMPARE(messages.at(0).text, QStringLiteral("Unable to save file ") + impossible +
+                                      QStringLiteral("\n\nNo such file or directory"));
     QVERIFY(m_window->isDirty());
     QVERIFY(m_window->currentMapPath().isEmpty());
     QVERIFY(m_window->recentMaps().isEmpty());

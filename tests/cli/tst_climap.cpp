@@ -139,8 +139,8 @@ void tst_CliMap::refusalsSayWhy_data()
         << "Elements are nested deeper than 32 levels.";
     QTest::newRow("garbage") << QByteArray("garbage") << false
                              << "Error in line: 1, column: 1: Start tag expected.";
-    QTest::newRow("resave over a pipe") << QByteArray("<map/>") << true
-                                        << "exists and is not a regular file";
+    QTest::newRow("resave over a pipe")
+        << QByteArray("<map/>") << true << "exists and is not a regular file";
 }
 
 void tst_CliMap::refusalsSayWhy()
@@ -157,8 +157,8 @@ void tst_CliMap::refusalsSayWhy()
     const QString pipe = dir.filePath("pipe.map");
     QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
 
-    const ProgramRun run = resaveOverAPipe ? cli({"map", "resave", in, pipe})
-                                           : cli({"map", "info", in});
+    const ProgramRun run =
+        resaveOverAPipe ? cli({"map", "resave", in, pipe}) : cli({"map", "info", in});
     QCOMPARE(run.status, 1);
     QVERIFY2(run.err.contains(stderrText.toUtf8()), run.err.constData());
     QVERIFY(!QFileInfo(pipe).isFile());

@@ -157,9 +157,8 @@ void tst_DefinitionPropertyFormat::lightProperties_data()
     QTest::newRow("RDM chemistry of the reported product code")
         << quint64(0x7A7002000401ULL) << "RDM_DEVICE_INFO=D.0302-P.0101-F.0200"
         << "LED_CHEMISTRY=RGB;RDM_DEVICE_INFO=D.0302-P.0101-F.0200";
-    QTest::newRow("RDM chemistry of the product-code range")
-        << quint64(0x7A7002000401ULL) << ""
-        << "LED_CHEMISTRY=RGBW";
+    QTest::newRow("RDM chemistry of the product-code range") << quint64(0x7A7002000401ULL) << ""
+                                                             << "LED_CHEMISTRY=RGBW";
     QTest::newRow("RDM chemistry of an unknown product code")
         << quint64(0x7A7002000401ULL) << "RDM_DEVICE_INFO=D.0302-P.0101-F.0999"
         << "LED_CHEMISTRY=RGBW;RDM_DEVICE_INFO=D.0302-P.0101-F.0999";

@@ -269,8 +269,8 @@ void tst_DeviceEntry::unreadableFiles_data()
         << true;
     // Valid, but no definition of ours is a megabyte: the file is not read.
     QTest::newRow("larger than a definition can be")
-        << QByteArray(R"json({"DeviceType": "FIXTURE"})json")
-               + QByteArray(int(JsonValues::kMaxFileBytes), ' ')
+        << QByteArray(R"json({"DeviceType": "FIXTURE"})json") +
+               QByteArray(int(JsonValues::kMaxFileBytes), ' ')
         << true;
 }
 

@@ -91,9 +91,10 @@ QJsonObject content(const MapModel &model)
 QStringList notesOf(const QSignalSpy &spy)
 {
     QStringList notes = messagesOf(spy);
-    notes.erase(std::remove_if(notes.begin(), notes.end(),
-                               [](const QString &m) { return !m.startsWith(QLatin1String("load")); }),
-                notes.end());
+    notes.erase(
+        std::remove_if(notes.begin(), notes.end(),
+                       [](const QString &m) { return !m.startsWith(QLatin1String("load")); }),
+        notes.end());
     return notes;
 }
 
@@ -640,49 +641,70 @@ void tst_MapFile::hostileMapsRoundTrip_data()
     const QByteArray supply = "<c><t>2</t><s>A</s></c>";
     QTest::newRow("negative numbers")
         << QByteArray("<l><s>1</s><pn>-1</pn><ln>-5</ln><sn>-1</sn></l>")
-        << QStringList{"loadLight: light 1: port number \"-1\" is not a whole number from 0 to 255; kept 0",
-                       "loadLight: light 1: light number \"-5\" is not a whole number from 0 to 2147483647; kept 0",
-                       "loadLight: light 1: serial number \"-1\" is not a whole number; kept 4294967295"};
+        << QStringList{
+               "loadLight: light 1: port number \"-1\" is not a whole number from 0 to 255; kept 0",
+               "loadLight: light 1: light number \"-5\" is not a whole number from 0 to "
+               "2147483647; kept 0",
+               "loadLight: light 1: serial number \"-1\" is not a whole number; kept 4294967295"};
     QTest::newRow("numbers past their fields")
         << QByteArray("<c><t>2</t><s>A</s><u>-1</u><d>70000</d><v>-3</v><pl><p><pn>70000</pn>"
                       "<pt>300</pt><pf>1FFFF</pf></p><p><pf>7</pf></p></pl></c>"
                       "<l><s>1</s><pn>256</pn><fc>1FFFFFFFF</fc><ch>-2</ch>"
                       "<tintlockprofileid>99999999999</tintlockprofileid></l>")
-        << QStringList{"loadDataSupply: supply A: universe \"-1\" is not a whole number from 0 to 4294967295; kept 0",
-                       "loadDataSupply: supply A: DMX buffer size \"70000\" is not a whole number from 0 to 65536; kept 12",
-                       "loadDataSupply: supply A: version \"-3\" is not a whole number from 0 to 2147483647; kept 1",
-                       "loadDataSupply: supply A: port 1 number \"70000\" is not a whole number from 0 to 65535; kept 0",
-                       "loadDataSupply: supply A: port 1 type \"300\" is not a whole number from 0 to 255; kept 0",
-                       "loadDataSupply: supply A: port 1 flags \"1FFFF\" is not a hexadecimal number from 0 to FFFF; kept 0",
-                       "loadDataSupply: supply A: port 2 flags 7: bit 2 is a run-time state and is not kept",
-                       "loadLight: light 1: port number \"256\" is not a whole number from 0 to 255; kept 0",
-                       "loadLight: light 1: fixture code \"1FFFFFFFF\" is not a hexadecimal number from 0 to FFFFFFFF; kept 0",
-                       "loadLight: light 1: channel \"-2\" is not a whole number from 0 to 2147483647; kept 0",
-                       "loadLight: light 1: Tintlock profile id \"99999999999\" is not a whole number from -2147483648 to 2147483647; kept 0"};
+        << QStringList{"loadDataSupply: supply A: universe \"-1\" is not a whole number from 0 to "
+                       "4294967295; kept 0",
+                       "loadDataSupply: supply A: DMX buffer size \"70000\" is not a whole number "
+                       "from 0 to 65536; kept 12",
+                       "loadDataSupply: supply A: version \"-3\" is not a whole number from 0 to "
+                       "2147483647; kept 1",
+                       "loadDataSupply: supply A: port 1 number \"70000\" is not a whole number "
+                       "from 0 to 65535; kept 0",
+                       "loadDataSupply: supply A: port 1 type \"300\" is not a whole number from 0 "
+                       "to 255; kept 0",
+                       "loadDataSupply: supply A: port 1 flags \"1FFFF\" is not a hexadecimal "
+                       "number from 0 to FFFF; kept 0",
+                       "loadDataSupply: supply A: port 2 flags 7: bit 2 is a run-time state and is "
+                       "not kept",
+                       "loadLight: light 1: port number \"256\" is not a whole number from 0 to "
+                       "255; kept 0",
+                       "loadLight: light 1: fixture code \"1FFFFFFFF\" is not a hexadecimal number "
+                       "from 0 to FFFFFFFF; kept 0",
+                       "loadLight: light 1: channel \"-2\" is not a whole number from 0 to "
+                       "2147483647; kept 0",
+                       "loadLight: light 1: Tintlock profile id \"99999999999\" is not a whole "
+                       "number from -2147483648 to 2147483647; kept 0"};
     QTest::newRow("not numbers")
         << QByteArray("<l><s>zz</s><x>nan</x><y>inf</y><z>1e300</z><q0>abc</q0></l>")
         << QStringList{"loadLight: light 0: uid \"zz\" is not a hexadecimal number; kept 0",
-                       "loadLight: light 0: x \"nan\" is not a number from -1000000000 to 1000000000; kept 0",
-                       "loadLight: light 0: y \"inf\" is not a number from -1000000000 to 1000000000; kept 0",
-                       "loadLight: light 0: z \"1e300\" is not a number from -1000000000 to 1000000000; kept 0",
-                       "loadLight: light 0: q0 \"abc\" is not a number from -1000000000 to 1000000000; kept 1"};
+                       "loadLight: light 0: x \"nan\" is not a number from -1000000000 to "
+                       "1000000000; kept 0",
+                       "loadLight: light 0: y \"inf\" is not a number from -1000000000 to "
+                       "1000000000; kept 0",
+                       "loadLight: light 0: z \"1e300\" is not a number from -1000000000 to "
+                       "1000000000; kept 0",
+                       "loadLight: light 0: q0 \"abc\" is not a number from -1000000000 to "
+                       "1000000000; kept 1"};
     QTest::newRow("more decimals than the file keeps")
         << QByteArray("<l><s>1</s><x>0.1234567</x><y>-2.0000004</y><q1>1e-9</q1></l>")
         << QStringList{};
     QTest::newRow("texts past their limits")
-        << "<imagefile>" + QByteArray(MapFileFormat::kMaxPathLength + 1, 'p') + "</imagefile>"
-               + "<l><s>1</s><n>" + QByteArray(MapFileFormat::kMaxTextLength + 1, 'n') + "</n></l>"
-               + "<c><t>2</t><s>A</s><vs>" + QByteArray(16 << 20, 'v') + "</vs></c>"
+        << "<imagefile>" + QByteArray(MapFileFormat::kMaxPathLength + 1, 'p') + "</imagefile>" +
+               "<l><s>1</s><n>" + QByteArray(MapFileFormat::kMaxTextLength + 1, 'n') + "</n></l>" +
+               "<c><t>2</t><s>A</s><vs>" + QByteArray(16 << 20, 'v') + "</vs></c>"
         << QStringList{"loadMap: background image is 4097 characters long (at most 4096); not kept",
-                       "loadLight: light 1: name is 1025 characters long (at most 1024); kept \"Default Light\"",
-                       "loadDataSupply: supply A: version text is 16777216 characters long (at most 1024); kept \"\""};
+                       "loadLight: light 1: name is 1025 characters long (at most 1024); kept "
+                       "\"Default Light\"",
+                       "loadDataSupply: supply A: version text is 16777216 characters long (at "
+                       "most 1024); kept \"\""};
     QTest::newRow("references to nothing")
-        << QByteArray("<c><t>2</t><s>A</s><l>1</l><l>77</l><l>1</l><l>x</l></c><l><s>1</s><c>A</c></l>"
-                      "<l><s>2</s><c>99</c></l><g><s>9</s><c>1</c><c>A</c><c>5</c><c>9</c></g>")
+        << QByteArray(
+               "<c><t>2</t><s>A</s><l>1</l><l>77</l><l>1</l><l>x</l></c><l><s>1</s><c>A</c></l>"
+               "<l><s>2</s><c>99</c></l><g><s>9</s><c>1</c><c>A</c><c>5</c><c>9</c></g>")
         << QStringList{"loadDataSupply: supply A: light 1 is listed more than once; kept once",
                        "loadDataSupply: supply A: light \"x\" is not a hexadecimal uid; not kept",
                        "loadDataSupply: supply A: light 77 is not a light of this map; not kept",
-                       "loadLight: light 2: data supply 99 is not a supply of this map; not kept (the light has no supply)",
+                       "loadLight: light 2: data supply 99 is not a supply of this map; not kept "
+                       "(the light has no supply)",
                        "loadGroup: group 9: member A is not a light of this map; not kept",
                        "loadGroup: group 9: member 5 is not a light of this map; not kept",
                        "loadGroup: group 9: member 9 is not a light of this map; not kept"};
@@ -700,27 +722,34 @@ void tst_MapFile::hostileMapsRoundTrip_data()
     QTest::newRow("unknown and repeated elements")
         << QByteArray("<extra>x</extra><l><s>1</s><n>a</n><n>b</n><colour>red</colour></l>"
                       "<l><s>2</s><colour>blue</colour></l>")
-        << QStringList{"loadMap: element \"extra\" is not part of the map in a map file; it is not kept (noted once)",
+        << QStringList{"loadMap: unknown element \"extra\" in the map; not kept (noted once)",
                        "loadLight: light 1: name is given more than once; the last one is taken",
-                       "loadLight: light 1: element \"colour\" is not part of a light in a map file; it is not kept (noted once)"};
+                       "loadLight: light 1: unknown element \"colour\" in a light; not kept "
+                       "(noted once)"};
     QByteArray manyProperties;
     for (int i = 0; i <= MapFileFormat::kMaxProperties; ++i)
         manyProperties += "<P" + QByteArray::number(i) + "/>";
     QTest::newRow("properties a file cannot carry back")
         << "<l><s>1</s><properties><A>1</A><A>2</A><\xc3\xa0>3</\xc3\xa0><P>4</P></properties></l>"
-               "<c><t>2</t><s>B</s><properties>" + manyProperties + "</properties></c>"
-        << QStringList{"loadLight: light 1: property A is given more than once; the last one is taken",
-                       QString::fromUtf8("loadLight: light 1: property \"\xc3\xa0\" has a name a map file cannot hold; not kept"),
-                       "loadDataSupply: supply B: more than 256 properties; the rest are not kept"};
+           "<c><t>2</t><s>B</s><properties>" +
+               manyProperties + "</properties></c>"
+        << QStringList{
+               "loadLight: light 1: property A is given more than once; the last one is taken",
+               QString::fromUtf8("loadLight: light 1: property \"\xc3\xa0\" has a name a map file "
+                                 "cannot hold; not kept"),
+               "loadDataSupply: supply B: more than 256 properties; the rest are not kept"};
     QTest::newRow("effects and port lists past their limits")
-        << "<effect>" + repeated("<e>1</e>", EffectRecord::kMaxElements + 1) + "</effect>"
-               + "<c><t>2</t><s>A</s><pl>" + repeated("<p/>", 256) + "</pl></c>"
+        << "<effect>" + repeated("<e>1</e>", EffectRecord::kMaxElements + 1) + "</effect>" +
+               "<c><t>2</t><s>A</s><pl>" + repeated("<p/>", 256) + "</pl></c>"
         << QStringList{"loadEffect: effect 1: more than 256 elements; the rest are not kept",
-                       "loadDataSupply: supply A: port list holds more than 255 ports; the rest are not kept"};
+                       "loadDataSupply: supply A: port list holds more than 255 ports; the rest "
+                       "are not kept"};
     QTest::newRow("supply addresses")
         << QByteArray("<c><t>2</t><s>A</s><ip>ten.0.0.1</ip><mac>01:02</mac></c>")
-        << QStringList{"loadDataSupply: supply A: IP address \"ten.0.0.1\" is not an IPv4 address; 10.0.0.0 is used",
-                       "loadDataSupply: supply A: MAC address \"01:02\" is not six parts separated by ':'; 00:00:00:00:00:00 is used"};
+        << QStringList{"loadDataSupply: supply A: IP address \"ten.0.0.1\" is not an IPv4 address; "
+                       "10.0.0.0 is used",
+                       "loadDataSupply: supply A: MAC address \"01:02\" is not six parts separated "
+                       "by ':'; 00:00:00:00:00:00 is used"};
     QTest::newRow("kinds of supply we do not create, silently")
         << QByteArray("<c><t>4</t><s>A</s><u>-1</u></c>") << QStringList{};
 }
@@ -752,16 +781,15 @@ void tst_MapFile::limitsRefuseTheFile_data()
     QTest::addColumn<QString>("reason");
 
     const int deepest = MapFileFormat::kMaxDepth - 3; // map, l and n hold the wrappers
-    QTest::newRow("deepest nesting loads")
-        << "<map><l><s>1</s><n>" + repeated("<b>", deepest) + "x" + repeated("</b>", deepest)
-               + "</n></l></map>"
-        << QString();
-    QTest::newRow("one level deeper")
-        << "<map><l><s>1</s><n>" + repeated("<b>", deepest + 1) + "x"
-               + repeated("</b>", deepest + 1) + "</n></l></map>"
-        << "Elements are nested deeper than 32 levels.";
+    QTest::newRow("deepest nesting loads") << "<map><l><s>1</s><n>" + repeated("<b>", deepest) +
+                                                  "x" + repeated("</b>", deepest) + "</n></l></map>"
+                                           << QString();
+    QTest::newRow("one level deeper") << "<map><l><s>1</s><n>" + repeated("<b>", deepest + 1) +
+                                             "x" + repeated("</b>", deepest + 1) + "</n></l></map>"
+                                      << "Elements are nested deeper than 32 levels.";
     QTest::newRow("120,000 nested elements in a name")
-        << "<map><l><s>1</s><n>" + repeated("<b>", 120000) + repeated("</b>", 120000) + "</n></l></map>"
+        << "<map><l><s>1</s><n>" + repeated("<b>", 120000) + repeated("</b>", 120000) +
+               "</n></l></map>"
         << "Elements are nested deeper than 32 levels.";
     QTest::newRow("objects past the limit")
         << "<map>" + repeated("<l/>", MapFileFormat::kMaxObjects + 1) + "</map>"

@@ -227,8 +227,8 @@ void tst_SimConfig::badConfig_data()
         << oneSupply({}, "[" + (fullRun + "},").repeated(128) + "{\"serial\": \"1\"}]")
         << "lights[128]: the installation holds more than 65536 lights";
     QTest::newRow("memory images past the limit")
-        << oneSupply({}, "[" + (fullRun + ", \"memory\": {\"65535\": 1}},").repeated(2)
-                             + "{\"serial\": \"1\"}]")
+        << oneSupply({}, "[" + (fullRun + ", \"memory\": {\"65535\": 1}},").repeated(2) +
+                             "{\"serial\": \"1\"}]")
         << "lights[2]: the lights' memory images exceed 64 MB together";
 }
 

@@ -59,7 +59,8 @@ void tst_ModelProgressDialog::finishedOperationsLeaveNothingOpen()
         // A device that takes no bytes: the first write fails.
         if (operation != QLatin1String("save"))
             QTest::ignoreMessage(QtWarningMsg, "QIODevice::write (QBuffer): ReadOnly device");
-        buffer.open(operation == QLatin1String("save") ? QIODevice::WriteOnly : QIODevice::ReadOnly);
+        buffer.open(operation == QLatin1String("save") ? QIODevice::WriteOnly
+                                                       : QIODevice::ReadOnly);
         QCOMPARE(model.saveToDevice(buffer), operation == QLatin1String("save"));
     }
 
