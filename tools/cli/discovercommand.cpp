@@ -191,7 +191,8 @@ int runDiscoverCommand(const QStringList &arguments)
         model.setPropertyFormat(std::make_shared<DefinitionPropertyFormat>());
         addDiscoveredToMap(model, engine, supplySearch.supplies(), lights);
         if (!model.saveToFile(parser.value(save))) {
-            err() << "orrery-cli: unable to save file " << parser.value(save) << Qt::endl;
+            err() << "orrery-cli: unable to save file " << parser.value(save) << ": "
+                  << model.saveError() << Qt::endl;
             return ExitFailure;
         }
         err() << "Saved " << model.dataSupplyCount() << " supplies and " << model.lightCount()
