@@ -307,9 +307,10 @@ bool Kestrel::loadMap(const QString &path)
         m_livePlayer->readFromMap();
         checkCanvasSize();
     } else {
-        m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Load Error"),
-                           QStringLiteral("Failed to open map: %1").arg(absolutePath),
-                           QMessageBox::Ok);
+        m_prompts->message(
+            this, QMessageBox::Critical, QStringLiteral("Load Error"),
+            QStringLiteral("Failed to open map: %1\n\n%2").arg(absolutePath, m_model->loadError()),
+            QMessageBox::Ok);
         m_currentMapPath.clear();
         removeRecentMap(absolutePath);
     }
@@ -366,7 +367,9 @@ bool Kestrel::saveMap(bool askForPath)
     m_model->setImageFile(m_layoutPane->imageFileFor(path));
     if (!m_model->saveToFile(path)) {
         m_prompts->message(this, QMessageBox::Critical, QStringLiteral("Save Failed"),
-                           QStringLiteral("Unable to save file ") + path, QMessageBox::Ok);
+                           QStringLiteral("Unable to save file ") + path + QStringLiteral("\n\n") +
+                               m_model->saveError(),
+                           QMessageBox::Ok);
         return false;
     }
     m_currentMapPath = QFileInfo(path).absoluteFilePath();

@@ -3,7 +3,6 @@
 #include "devices/deviceslogging.h"
 #include "devices/jsonvalues.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -62,11 +61,7 @@ qint64 staticValueOf(const QJsonValue &value)
 
 DeviceEntry::DeviceEntry(const QString &path) : m_filePath(path)
 {
-    QFile file(path);
-    QByteArray bytes;
-    if (file.open(QIODevice::ReadOnly))
-        bytes = file.readAll();
-    parse(bytes);
+    parse(JsonValues::readFile(path));
 }
 
 DeviceEntry::DeviceEntry(const QString &path, const QByteArray &bytes) : m_filePath(path)

@@ -1,5 +1,8 @@
 #include "devices/jsonvalues.h"
 
+#include "devices/deviceslogging.h"
+
+#include <QFile>
 #include <QJsonArray>
 
 #include <cmath>
@@ -34,6 +37,19 @@ QStringList toStringList(const QJsonValue &value)
             list.append(element.toString());
     }
     return list;
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QByteArray bytes = file.read(kMaxFileBytes + 1);
+    if (bytes.size() > kMaxFileBytes) {
+        qCDebug(lcDevices) << "File" << path << "is larger than" << kMaxFileBytes << "bytes";
+        bytes.clear();
+    }
+    return bytes;
 }
 
 } // namespace JsonValues

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonValue>
 #include <QStringList>
 
@@ -15,5 +16,13 @@ qint64 toInteger(const QJsonValue &value);
 // A string gives a one-element list; an array gives its string elements in order (other
 // elements are left out); anything else gives an empty list.
 QStringList toStringList(const QJsonValue &value);
+
+// Our definition files and property maps are tens of kilobytes; a file past this is not one
+// of them, and reading it whole would only cost memory.
+constexpr qint64 kMaxFileBytes = 1 << 20;
+
+// The bytes of a device file, or nothing (logged) when it cannot be read or is larger than
+// kMaxFileBytes; the reader then logs the file as empty or improperly formatted.
+QByteArray readFile(const QString &path);
 
 } // namespace JsonValues

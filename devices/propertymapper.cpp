@@ -1,8 +1,8 @@
 #include "devices/propertymapper.h"
 
 #include "devices/deviceslogging.h"
+#include "devices/jsonvalues.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -39,11 +39,7 @@ PropertyMapper::PropertyMapper(QObject *parent) : QObject(parent)
 
 void PropertyMapper::loadFile(const QString &path)
 {
-    QFile file(path);
-    QByteArray bytes;
-    if (file.open(QIODevice::ReadOnly))
-        bytes = file.readAll();
-    loadJson(bytes, path);
+    loadJson(JsonValues::readFile(path), path);
 }
 
 void PropertyMapper::loadJson(const QByteArray &bytes, const QString &path)

@@ -3,11 +3,13 @@
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
+#include "model/mapfileformat.h"
 #include "model/mapmodel.h"
 #include "model/modellogging.h"
 
 #include <QBuffer>
 #include <QIODevice>
+#include <QScopeGuard>
 #include <QXmlStreamWriter>
 
 #include <algorithm>
@@ -54,16 +56,6 @@ QString xmlSafe(const QString &text)
     return QString::fromUcs4(kept.constData(), kept.size());
 }
 
-bool isXmlName(const QString &name)
-{
-    if (name.isEmpty() || !(name.at(0).isLetter() || name.at(0) == QLatin1Char('_')))
-        return false;
-    return std::all_of(name.cbegin(), name.cend(), [](QChar c) {
-        return c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('-')
-               || c == QLatin1Char('.');
-    });
-}
-
 class MapDocumentWriter
 {
 public:
@@ -79,7 +71,7 @@ public:
     bool write();
 
 private:
-    void element(const QString &tag, const QString &text) { m_xml.writeTextElement(tag, xmlSafe(text)); }
+    void element(const QString &tag, const QString &text);
     void writeSupply(const DataSupply &supply);
     void writeLight(const Light &light);
     void writeGroup(const Group &group);
@@ -100,6 +92,26 @@ private:
     int m_step = 1;
 };
 
+// A reader turns a carriage return written as it is into a line feed (XML normalises line
+// ends), so it is written as a character reference and comes back as it was.
+void MapDocumentWriter::element(const QString &tag, const QString &text)
+{
+    const QString safe = xmlSafe(text);
+    if (!safe.contains(QLatin1Char('\r'))) {
+        m_xml.writeTextElement(tag, safe);
+        return;
+    }
+    m_xml.writeStartElement(tag);
+    const QStringList lines = safe.split(QLatin1Char('\r'));
+    for (int i = 0; i < lines.size(); ++i) {
+        if (i > 0)
+            m_xml.writeEntityReference(QStringLiteral("#13"));
+        if (!lines.at(i).isEmpty())
+            m_xml.writeCharacters(lines.at(i));
+    }
+    m_xml.writeEndElement();
+}
+
 bool MapDocumentWriter::write()
 {
     m_xml.writeStartElement(QStringLiteral("map"));
@@ -112,6 +124,12 @@ bool MapDocumentWriter::write()
     m_step = progressStep(total);
     if (m_progress.started)
         m_progress.started(0, total, QStringLiteral("Saving Interfaces..."));
+    // The progress ends at the total whether or not the save gets there, so that whoever
+    // shows it closes it also after a failed write.
+    const auto finish = qScopeGuard([this, total] {
+        if (m_progress.updated)
+            m_progress.updated(total);
+    });
 
     // Hash order is random; uid order keeps files stable from one save to the next.
     QList<DataSupply *> supplies = m_model.dataSupplies();
@@ -154,13 +172,15 @@ bool MapDocumentWriter::write()
     }
     for (const EffectRecord &effect : m_model.effects()) {
         m_xml.writeStartElement(QStringLiteral("effect"));
-        for (const auto &field : effect.elements)
-            element(field.first, field.second);
+        for (const auto &field : effect.elements) {
+            if (MapFileFormat::isElementName(field.first))
+                element(field.first, field.second);
+            else
+                qCWarning(lcModel) << "Not writing effect element with invalid name" << field.first;
+        }
         m_xml.writeEndElement();
     }
 
-    if (m_progress.updated)
-        m_progress.updated(total);
     m_xml.writeEndElement();
     m_xml.writeEndDocument();
     return flush() && !m_xml.hasError();
@@ -261,7 +281,7 @@ void MapDocumentWriter::writeProperties(const PropertyList &properties)
 {
     m_xml.writeStartElement(QStringLiteral("properties"));
     for (const auto &property : properties) {
-        if (!isXmlName(property.first)) {
+        if (!MapFileFormat::isElementName(property.first)) {
             qCWarning(lcModel) << "Not writing property with invalid name" << property.first;
             continue;
         }

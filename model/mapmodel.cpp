@@ -3,6 +3,7 @@
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
+#include "model/mapfileformat.h"
 #include "model/mapfilereader.h"
 #include "model/mapfilewriter.h"
 #include "model/modellogging.h"
@@ -10,10 +11,36 @@
 #include "model/uidallocator.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
+#include <QSet>
 
 #include <cmath>
 #include <limits>
+
+namespace {
+
+QString hex(quint64 value)
+{
+    return QString::number(value, 16).toUpper();
+}
+
+// Empties a hash, deleting its objects through `remove`, but keeps its buckets: the capacity
+// reserved for an installation stays, and a clear costs nothing but the walk. The model is
+// empty while its objects go, as whoever hears of a removal may look at it.
+template <typename T, typename Remove> void removeAll(QHash<quint64, T *> &hash, Remove remove)
+{
+    if (hash.isEmpty())
+        return;
+    QHash<quint64, T *> objects;
+    objects.swap(hash);
+    for (auto it = objects.begin(); it != objects.end(); it = objects.erase(it))
+        remove(it.key(), it.value());
+    if (hash.isEmpty())
+        hash.swap(objects);
+}
+
+} // namespace
 
 MapModel::MapModel(QObject *parent)
     : QObject(parent), m_propertyFormat(std::make_shared<MapPropertyFormat>())
@@ -28,7 +55,7 @@ MapModel::~MapModel()
 {
     // Children are deleted by QObject; drop the connections first so that no signal of a
     // dying light reaches a group that is already gone.
-    for (Light *light : qAsConst(m_lights))
+    for (Light *light : lights())
         light->disconnect();
 }
 
@@ -59,11 +86,18 @@ bool MapModel::addGroup(std::unique_ptr<Group> group)
     return insertGroup(std::move(group), Announce::Yes);
 }
 
+// Uids are unique across supplies, lights and groups: views and references name an object
+// by its uid alone.
+bool MapModel::holdsUid(quint64 uid) const
+{
+    return m_dataSupplies.contains(uid) || m_lights.contains(uid) || m_groups.contains(uid);
+}
+
 bool MapModel::insertDataSupply(std::unique_ptr<DataSupply> supply, Announce announce)
 {
     if (!supply)
         return false;
-    if (m_dataSupplies.contains(supply->uid())) {
+    if (holdsUid(supply->uid())) {
         emit msg(QStringLiteral("loadDataSupply: uid already exists"));
         return false;
     }
@@ -84,7 +118,7 @@ bool MapModel::insertLight(std::unique_ptr<Light> light, Announce announce)
 {
     if (!light)
         return false;
-    if (m_lights.contains(light->uid())) {
+    if (holdsUid(light->uid())) {
         emit msg(QStringLiteral("loadLight: uid already exists"));
         return false;
     }
@@ -111,7 +145,7 @@ bool MapModel::insertGroup(std::unique_ptr<Group> group, Announce announce)
 {
     if (!group)
         return false;
-    if (m_groups.contains(group->uid())) {
+    if (holdsUid(group->uid())) {
         emit msg(QStringLiteral("loadGroup: uid already exists"));
         return false;
     }
@@ -221,28 +255,22 @@ void MapModel::clear()
     };
 
     // Everything goes, so skip the per-light bookkeeping of removeLight().
-    const QHash<quint64, Light *> lights = std::exchange(m_lights, {});
-    for (auto it = lights.cbegin(); it != lights.cend(); ++it) {
-        it.value()->disconnect();
-        emit deletedLight(it.key());
-        delete it.value();
+    removeAll(m_lights, [&](quint64 uid, Light *light) {
+        light->disconnect();
+        emit deletedLight(uid);
+        delete light;
         advance();
-    }
-    const QHash<quint64, Group *> groups = std::exchange(m_groups, {});
-    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
-        emit deletedGroup(it.key());
-        delete it.value();
+    });
+    removeAll(m_groups, [&](quint64 uid, Group *group) {
+        emit deletedGroup(uid);
+        delete group;
         advance();
-    }
-    const QHash<quint64, DataSupply *> supplies = std::exchange(m_dataSupplies, {});
-    for (DataSupply *s : supplies) {
-        delete s;
+    });
+    removeAll(m_dataSupplies, [&](quint64, DataSupply *supply) {
+        delete supply;
         advance();
-    }
+    });
     m_groupsOfLight.clear();
-    m_lights.reserve(kReservedEntries);
-    m_groups.reserve(kReservedEntries);
-    m_dataSupplies.reserve(kReservedEntries);
     m_imageFile.clear();
     m_effects.clear();
     m_canvasRect = QRect();
@@ -261,46 +289,182 @@ void MapModel::setPropertyFormat(std::shared_ptr<const MapPropertyFormat> format
     m_propertyFormat = format ? std::move(format) : std::make_shared<MapPropertyFormat>();
 }
 
+bool MapModel::failLoad(const QString &reason)
+{
+    m_loadError = reason;
+    return false;
+}
+
 bool MapModel::loadFromFile(const QString &path)
 {
+    m_loadError.clear();
     emit msg(QStringLiteral("Opening map file: ") + path);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         qCDebug(lcModel) << "Error: Unable to open file.";
         emit msg(QStringLiteral("Error: Unable to open file."));
-        return false;
+        return failLoad(QStringLiteral("Unable to open file: ") + file.errorString());
     }
     if (file.size() > kMaxMapFileBytes) {
-        const QString text = QStringLiteral("Error: Map file is too large (%1 bytes; the limit is %2 MB).")
-                                 .arg(file.size())
-                                 .arg(kMaxMapFileBytes >> 20);
-        qCDebug(lcModel) << text;
-        emit msg(text);
-        return false;
+        const QString reason =
+            QStringLiteral("Map file is too large (%1 bytes; the limit is %2 MB).")
+                .arg(file.size())
+                .arg(kMaxMapFileBytes >> 20);
+        qCDebug(lcModel) << "Error:" << reason;
+        emit msg(QStringLiteral("Error: ") + reason);
+        return failLoad(reason);
     }
     return loadFromDevice(file);
 }
 
 bool MapModel::loadFromDevice(QIODevice &device)
 {
+    m_loadError.clear();
     ParsedMap parsed = parseMapDocument(device, *m_propertyFormat);
     if (parsed.error) {
         qCDebug(lcModel) << "Error:" << parsed.error->message << "in line " << parsed.error->line
                          << "column" << parsed.error->column;
-        emit msg(QStringLiteral("Error in line: %1, column: %2")
-                     .arg(parsed.error->line)
-                     .arg(parsed.error->column));
-        return false;
+        const QString where = QStringLiteral("Error in line: %1, column: %2")
+                                  .arg(parsed.error->line)
+                                  .arg(parsed.error->column);
+        emit msg(where);
+        return failLoad(where + QStringLiteral(": ") + parsed.error->message);
     }
     emit msg(QStringLiteral("Doc has ") + QString::number(parsed.topLevelNodes)
              + QStringLiteral(" children."));
     if (parsed.topLevelNodes != 1)
-        return false;
+        return failLoad(QStringLiteral("The file holds %1 top-level nodes; a map file holds its "
+                                       "\"map\" element only.")
+                            .arg(parsed.topLevelNodes));
     if (parsed.rootName != QLatin1String("map")) {
-        emit msg(QStringLiteral("Error: Not a map file (root element \"%1\").").arg(parsed.rootName));
-        return false;
+        const QString text =
+            QStringLiteral("Not a map file (root element \"%1\").").arg(parsed.rootName);
+        emit msg(QStringLiteral("Error: ") + text);
+        return failLoad(text);
     }
     return applyParsedMap(parsed);
+}
+
+// Which objects of a parsed file the model will hold, decided before any is added: a
+// reference may point forward in the file (a group listed before its lights).
+struct MapModel::LoadPlan
+{
+    std::vector<bool> accepted;
+    QSet<quint64> supplies;
+    QSet<quint64> lights;
+};
+
+namespace {
+
+quint64 uidOf(const ParsedMapChild &child)
+{
+    switch (child.kind) {
+    case ParsedMapChild::Kind::Supply:
+        return child.supply->uid();
+    case ParsedMapChild::Kind::Light:
+        return child.light->uid();
+    default:
+        return child.group->uid();
+    }
+}
+
+} // namespace
+
+// The loader's notes go out as messages, up to a limit: a damaged file can give one for
+// every reference it holds, and the log and the status bar must stay usable. The rest are
+// counted.
+class MapModel::LoadNotes
+{
+public:
+    LoadNotes(MapModel &model, int notShown) : m_model(model), m_hidden(notShown) {}
+    void report(const QString &note)
+    {
+        if (m_left > 0) {
+            --m_left;
+            emit m_model.msg(note);
+        } else {
+            ++m_hidden;
+        }
+    }
+    void report(const QStringList &notes)
+    {
+        for (const QString &note : notes)
+            report(note);
+    }
+    void finish()
+    {
+        if (m_hidden > 0)
+            emit m_model.msg(QStringLiteral("loadMap: %1 more messages like these were not shown.")
+                                 .arg(m_hidden));
+    }
+
+private:
+    MapModel &m_model;
+    int m_left = MapFileFormat::kMaxNotes;
+    int m_hidden = 0;
+};
+
+MapModel::LoadPlan MapModel::planLoad(const ParsedMap &parsed) const
+{
+    LoadPlan plan;
+    plan.accepted.resize(parsed.children.size());
+    QSet<quint64> taken;
+    for (const DataSupply *supply : dataSupplies())
+        plan.supplies.insert(supply->uid());
+    for (const Light *light : lights())
+        plan.lights.insert(light->uid());
+    for (const Group *group : groups())
+        taken.insert(group->uid());
+    taken += plan.supplies;
+    taken += plan.lights;
+    // The first object of a uid is added, as the model refuses the others in file order.
+    for (size_t i = 0; i < parsed.children.size(); ++i) {
+        const ParsedMapChild &child = parsed.children[i];
+        const bool isObject =
+            child.kind == ParsedMapChild::Kind::Supply ||
+            child.kind == ParsedMapChild::Kind::Light ||
+            (child.kind == ParsedMapChild::Kind::Group && !child.group->isSelectionGroup());
+        if (!isObject || taken.contains(uidOf(child)))
+            continue;
+        const quint64 uid = uidOf(child);
+        taken.insert(uid);
+        plan.accepted[i] = true;
+        if (child.kind == ParsedMapChild::Kind::Supply)
+            plan.supplies.insert(uid);
+        else if (child.kind == ParsedMapChild::Kind::Light)
+            plan.lights.insert(uid);
+    }
+    return plan;
+}
+
+// A map holds no reference to an object it does not hold: a supply's lights and a group's
+// members are lights of the map, a light's supply is a supply of the map or none (0).
+// Anything else is dropped and noted.
+void MapModel::resolveReferences(ParsedMapChild &child, const LoadPlan &plan, LoadNotes &notes)
+{
+    const quint64 uid = uidOf(child);
+    if (child.kind == ParsedMapChild::Kind::Light) {
+        const quint64 supply = child.light->dataSupply();
+        if (supply != 0 && !plan.supplies.contains(supply)) {
+            notes.report(QStringLiteral("loadLight: light %1: data supply %2 is not a supply of "
+                                        "this map; not kept (the light has no supply)")
+                             .arg(hex(uid), hex(supply)));
+            child.light->setDataSupply(0);
+        }
+        return;
+    }
+    const bool isSupply = child.kind == ParsedMapChild::Kind::Supply;
+    const QString prefix = isSupply ? QStringLiteral("loadDataSupply: supply %1: light %2")
+                                    : QStringLiteral("loadGroup: group %1: member %2");
+    for (quint64 light : qAsConst(child.references)) {
+        if (!plan.lights.contains(light))
+            notes.report(prefix.arg(hex(uid), hex(light)) +
+                         QStringLiteral(" is not a light of this map; not kept"));
+        else if (isSupply)
+            child.supply->addLight(light);
+        else
+            child.group->appendChild(light);
+    }
 }
 
 bool MapModel::applyParsedMap(ParsedMap &parsed)
@@ -309,23 +473,25 @@ bool MapModel::applyParsedMap(ParsedMap &parsed)
     emit msg(QString::asprintf("Map has %d children.", count));
     emit progressStarted(0, count, QStringLiteral("Loading Map"));
     const int step = progressStep(count);
+    const LoadPlan plan = planLoad(parsed);
+    LoadNotes notes(*this, parsed.notesNotKept);
 
     QList<quint64> loadedSupplies, loadedLights, loadedGroups;
-    int done = 0;
-    for (ParsedMapChild &child : parsed.children) {
+    for (size_t i = 0; i < parsed.children.size(); ++i) {
+        ParsedMapChild &child = parsed.children[i];
+        if (child.kind == ParsedMapChild::Kind::Supply)
+            emit msg(child.supplyType == DataSupply::VistraIp
+                         ? QStringLiteral("Loading a Vistra IP DataSupply.")
+                     : child.supplyType == DataSupply::VistraBroadcast
+                         ? QStringLiteral("Loading a Vistra Broadcast DataSupply.")
+                         : QStringLiteral("Loading a SACN DataSupply."));
+        // Notes about a refused object would describe something the map does not keep.
+        if (plan.accepted[i]) {
+            notes.report(child.notes);
+            resolveReferences(child, plan, notes);
+        }
         switch (child.kind) {
         case ParsedMapChild::Kind::Supply: {
-            switch (child.supplyType) {
-            case DataSupply::VistraIp:
-                emit msg(QStringLiteral("Loading a Vistra IP DataSupply."));
-                break;
-            case DataSupply::VistraBroadcast:
-                emit msg(QStringLiteral("Loading a Vistra Broadcast DataSupply."));
-                break;
-            default:
-                emit msg(QStringLiteral("Loading a SACN DataSupply."));
-                break;
-            }
             const quint64 uid = child.supply->uid();
             if (insertDataSupply(std::move(child.supply), Announce::No))
                 loadedSupplies.append(uid);
@@ -339,43 +505,56 @@ bool MapModel::applyParsedMap(ParsedMap &parsed)
         }
         case ParsedMapChild::Kind::Group: {
             const quint64 uid = child.group->uid();
-            if (insertGroup(std::move(child.group), Announce::No))
+            if (child.group->isSelectionGroup())
+                notes.report(QStringLiteral("loadGroup: group %1: \"%2\" is the layout's working "
+                                            "selection, not part of the installation; not kept")
+                                 .arg(hex(uid), Group::selectionGroupName()));
+            else if (insertGroup(std::move(child.group), Announce::No))
                 loadedGroups.append(uid);
             break;
         }
         case ParsedMapChild::Kind::ImageFile:
+            notes.report(child.notes);
             m_imageFile = child.text;
             break;
         case ParsedMapChild::Kind::Effect:
+            notes.report(child.notes);
             m_effects.append(child.effect);
             break;
         case ParsedMapChild::Kind::PostSync:
         case ParsedMapChild::Kind::SkippedSupply:
         case ParsedMapChild::Kind::Other:
+            notes.report(child.notes);
             break;
         }
-        if (++done % step == 0)
-            emit progressUpdated(done);
+        if (int(i + 1) % step == 0)
+            emit progressUpdated(int(i + 1));
     }
     emit progressUpdated(count);
+    notes.finish();
+    announceLoaded(loadedSupplies, loadedLights, loadedGroups);
+    return true;
+}
 
+void MapModel::announceLoaded(const QList<quint64> &supplies, const QList<quint64> &lights,
+                              const QList<quint64> &groups)
+{
     updateCanvasRect();
     if (!m_imageFile.isEmpty())
         emit newImageFile(m_imageFile);
-    for (quint64 uid : qAsConst(loadedSupplies))
+    for (quint64 uid : supplies)
         emit newDataSupply(uid);
-    for (quint64 uid : qAsConst(loadedLights))
+    for (quint64 uid : lights)
         emit newLight(uid);
-    for (quint64 uid : qAsConst(loadedGroups))
+    for (quint64 uid : groups)
         emit newGroup(uid);
-    return true;
 }
 
 void MapModel::updateCanvasRect()
 {
     // The layout's extent: the box around every light, from the origin.
     double maxX = 0, maxY = 0;
-    for (const Light *l : qAsConst(m_lights)) {
+    for (const Light *l : lights()) {
         if (std::isfinite(l->x()))
             maxX = std::max(maxX, l->x());
         if (std::isfinite(l->y()))
@@ -388,14 +567,34 @@ void MapModel::updateCanvasRect()
 
 bool MapModel::saveToFile(const QString &path)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    m_saveError.clear();
+    // The save replaces the file by renaming a new one over it. Over a device, a pipe or a
+    // directory that would replace the node itself (as root, /dev/full would become a
+    // regular file), so anything that is not a regular file is left alone. QFileInfo follows
+    // symbolic links: a link to a regular file is saved through, as before.
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile()) {
+        m_saveError = QStringLiteral("%1 exists and is not a regular file; a map is only saved "
+                                     "as a regular file.")
+                          .arg(path);
+        emit msg(QStringLiteral("Error: ") + m_saveError);
         return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        m_saveError = file.errorString();
+        return false;
+    }
     if (!saveToDevice(file)) {
+        m_saveError = file.errorString();
         file.cancelWriting();
         return false;
     }
-    return file.commit();
+    if (!file.commit()) {
+        m_saveError = file.errorString();
+        return false;
+    }
+    return true;
 }
 
 bool MapModel::saveToDevice(QIODevice &device)

@@ -16,6 +16,7 @@ class Group;
 class Light;
 class QIODevice;
 struct ParsedMap;
+struct ParsedMapChild;
 
 // The in-memory picture of one installation: every supply, light and group, owned here and
 // keyed by uid. Everything else refers to these objects by uid and follows them through
@@ -36,8 +37,8 @@ public:
     // A uid that no supply, light or group of this model holds.
     quint64 newUid() const;
 
-    // Each add takes ownership. An object whose uid is already held by another object of
-    // the same kind is refused, reported through msg() and destroyed; the map is unchanged.
+    // Each add takes ownership. An object whose uid is already held by any supply, light or
+    // group is refused, reported through msg() and destroyed; the map is unchanged.
     bool addDataSupply(std::unique_ptr<DataSupply> supply);
     bool addLight(std::unique_ptr<Light> light);
     bool addGroup(std::unique_ptr<Group> group);
@@ -60,11 +61,11 @@ public:
     Light *light(quint64 uid) const { return m_lights.value(uid); }
     Group *group(quint64 uid) const { return m_groups.value(uid); }
 
-    QList<DataSupply *> dataSupplies() const { return m_dataSupplies.values(); }
-    QList<Light *> lights() const { return m_lights.values(); }
+    QList<DataSupply *> dataSupplies() const { return valuesOf(m_dataSupplies); }
+    QList<Light *> lights() const { return valuesOf(m_lights); }
     // Every light by uid, without copying: what a live frame walks.
     const QHash<quint64, Light *> &lightHash() const { return m_lights; }
-    QList<Group *> groups() const { return m_groups.values(); }
+    QList<Group *> groups() const { return valuesOf(m_groups); }
     int dataSupplyCount() const { return m_dataSupplies.size(); }
     int lightCount() const { return m_lights.size(); }
     int groupCount() const { return m_groups.size(); }
@@ -92,12 +93,21 @@ public:
     void setEffects(const QVector<EffectRecord> &effects) { m_effects = effects; }
 
     // Adds the map file's contents to the model (callers clear it first when replacing).
+    // What cannot be kept as the file has it is reported through msg(), naming the object
+    // and the field; references to objects the map does not hold are dropped (see
+    // docs/ARCHITECTURE.md, "The map file").
     bool loadFromFile(const QString &path);
     bool loadFromDevice(QIODevice &device);
+    // Why the last load failed, for the user: the system's error text, or the reader's line,
+    // column and reason. Empty after a load that succeeded.
+    QString loadError() const { return m_loadError; }
     // Writes the whole map. The previous file is replaced only after a complete write, so a
-    // failed save leaves it untouched.
+    // failed save leaves it untouched. A path that exists and is not a regular file (a
+    // device, a directory, a pipe) is refused; a symbolic link to a regular file is followed.
     bool saveToFile(const QString &path);
     bool saveToDevice(QIODevice &device);
+    // Why the last saveToFile() failed; empty after one that succeeded.
+    QString saveError() const { return m_saveError; }
 
     const MapPropertyFormat &propertyFormat() const { return *m_propertyFormat; }
     void setPropertyFormat(std::shared_ptr<const MapPropertyFormat> format);
@@ -126,10 +136,25 @@ signals:
 private:
     enum class Announce { Yes, No };
 
+    // A hash reserved for an installation scans all its buckets to find its first entry,
+    // even when it holds none; the kinds a map does not have cost nothing this way.
+    template <typename T> static QList<T *> valuesOf(const QHash<quint64, T *> &hash)
+    {
+        return hash.isEmpty() ? QList<T *>() : hash.values();
+    }
+
     bool insertDataSupply(std::unique_ptr<DataSupply> supply, Announce announce);
     bool insertLight(std::unique_ptr<Light> light, Announce announce);
     bool insertGroup(std::unique_ptr<Group> group, Announce announce);
+    bool holdsUid(quint64 uid) const;
+    struct LoadPlan;
+    LoadPlan planLoad(const ParsedMap &parsed) const;
+    class LoadNotes;
+    void resolveReferences(ParsedMapChild &child, const LoadPlan &plan, LoadNotes &notes);
     bool applyParsedMap(ParsedMap &parsed);
+    void announceLoaded(const QList<quint64> &supplies, const QList<quint64> &lights,
+                        const QList<quint64> &groups);
+    bool failLoad(const QString &reason);
     void connectMember(Group *group, quint64 lightUid);
     void updateCanvasRect();
 
@@ -142,4 +167,6 @@ private:
     bool m_livePlay = true;
     QVector<EffectRecord> m_effects;
     std::shared_ptr<const MapPropertyFormat> m_propertyFormat;
+    QString m_loadError;
+    QString m_saveError;
 };

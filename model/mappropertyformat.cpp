@@ -27,15 +27,18 @@ PropertyList MapPropertyFormat::supplyPropertiesToWrite(const DataSupply &supply
     return toList(supply.deviceProperties());
 }
 
-void MapPropertyFormat::readLightProperties(Light &light, const PropertyList &properties) const
+QStringList MapPropertyFormat::readLightProperties(Light &light,
+                                                   const PropertyList &properties) const
 {
     for (const auto &p : properties)
         light.setDeviceProperty(p.first, p.second);
+    return {};
 }
 
-void MapPropertyFormat::readSupplyProperties(DataSupply &supply,
-                                             const PropertyList &properties) const
+QStringList MapPropertyFormat::readSupplyProperties(DataSupply &supply,
+                                                    const PropertyList &properties) const
 {
     for (const auto &p : properties)
         supply.setDeviceProperty(p.first, p.second);
+    return {};
 }

@@ -2,6 +2,7 @@
 
 #include <QPair>
 #include <QString>
+#include <QStringList>
 #include <QVector>
 
 class DataSupply;
@@ -23,7 +24,10 @@ public:
     virtual PropertyList supplyPropertiesToWrite(const DataSupply &supply) const;
 
     // Called once the whole object element has been read, with the children of its
-    // "properties" element in file order.
-    virtual void readLightProperties(Light &light, const PropertyList &properties) const;
-    virtual void readSupplyProperties(DataSupply &supply, const PropertyList &properties) const;
+    // "properties" element in file order (valid element names, each once). Returns a note
+    // for each property not taken as it stands ("DMX_OFFSET \"600\" is ..."); the loader
+    // reports them naming the object.
+    virtual QStringList readLightProperties(Light &light, const PropertyList &properties) const;
+    virtual QStringList readSupplyProperties(DataSupply &supply,
+                                             const PropertyList &properties) const;
 };

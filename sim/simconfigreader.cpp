@@ -86,6 +86,8 @@ std::optional<QByteArray> parseMac(const QString &text)
 std::optional<SimInstallation> SimConfigReader::read(const QByteArray &json)
 {
     m_error.clear();
+    m_lights = 0;
+    m_memoryBytes = 0;
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
     if (parseError.error != QJsonParseError::NoError) {
@@ -112,6 +114,10 @@ std::optional<SimInstallation> SimConfigReader::read(const QByteArray &json)
         return std::nullopt;
     }
     const QJsonArray array = supplies.toArray();
+    if (array.size() > kMaxSupplies) {
+        fail(QStringLiteral("supplies"), QStringLiteral("more than %1 supplies").arg(kMaxSupplies));
+        return std::nullopt;
+    }
     for (int i = 0; i < array.size(); ++i) {
         const QString path = QStringLiteral("supplies[%1]").arg(i);
         if (!array.at(i).isObject()) {
@@ -291,6 +297,16 @@ bool SimConfigReader::readLights(const QJsonObject &object, const QString &path,
             return fail(lightPath, QStringLiteral("the run of serials overflows"));
         if (lastChannel > SimLight::kMaxDmxOffset + 1)
             return fail(lightPath, QStringLiteral("the light's channels run past 512"));
+        // Every light of a run gets its own memory image.
+        m_lights += int(*count);
+        m_memoryBytes += *count * first.memory.size();
+        if (m_lights > kMaxLights)
+            return fail(
+                lightPath,
+                QStringLiteral("the installation holds more than %1 lights").arg(kMaxLights));
+        if (m_memoryBytes > kMaxMemoryBytes)
+            return fail(lightPath, QStringLiteral("the lights' memory images exceed %1 MB together")
+                                       .arg(kMaxMemoryBytes >> 20));
         for (int n = 0; n < *count; ++n) {
             SimLight light = first;
             light.serial = first.serial + quint64(n);

@@ -38,9 +38,17 @@
 //
 // Problems are reported with the path of the offending value, e.g.
 // "supplies[1].ports[0].lights[2]: \"uid\" is not a 48-bit hexadecimal number".
+//
+// Sizes are bounded, as a run multiplies a light and its memory image: at most kMaxSupplies
+// supplies (each one a socket of the simulator), kMaxLights lights and kMaxMemoryBytes of
+// memory images altogether. JSON nesting is bounded by Qt's parser (1024 levels).
 class SimConfigReader final
 {
 public:
+    static constexpr int kMaxSupplies = 1024;
+    static constexpr int kMaxLights = 65536;
+    static constexpr qint64 kMaxMemoryBytes = qint64(64) << 20;
+
     std::optional<SimInstallation> read(const QByteArray &json);
     QString errorString() const { return m_error; }
 
@@ -59,4 +67,6 @@ private:
     bool checkUnique(const SimInstallation &installation);
 
     QString m_error;
+    int m_lights = 0;
+    qint64 m_memoryBytes = 0;
 };

@@ -163,8 +163,16 @@ std::optional<SimInstallation> SimInstallation::fromFile(const QString &path, QS
             *error = QStringLiteral("%1: %2").arg(path, file.errorString());
         return std::nullopt;
     }
+    // Configurations of the largest installations are a few megabytes.
+    constexpr qint64 kMaxFileBytes = qint64(16) << 20;
+    const QByteArray json = file.read(kMaxFileBytes + 1);
+    if (json.size() > kMaxFileBytes) {
+        if (error)
+            *error = QStringLiteral("%1: larger than %2 MB").arg(path).arg(kMaxFileBytes >> 20);
+        return std::nullopt;
+    }
     QString problem;
-    auto installation = fromJson(file.readAll(), &problem);
+    auto installation = fromJson(json, &problem);
     if (!installation && error)
         *error = QStringLiteral("%1: %2").arg(path, problem);
     return installation;

@@ -14,4 +14,6 @@ public:
 private:
     void handleProgressStarted(int minimum, int maximum, const QString &text);
     void handleProgressUpdated(int value);
+
+    bool m_running = false;
 };

@@ -18,6 +18,7 @@
 #include "ui/editcontrollerdialog.h"
 #include "ui/lighttreemodel.h"
 #include "ui/lightview.h"
+#include "ui/modelprogressdialog.h"
 #include "ui/discoverinterfaceswizard.h"
 #include "ui/discoverlightswizard.h"
 #include "ui/syncinterfacesdialog.h"
@@ -34,9 +35,11 @@
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTabWidget>
+#include <QTimer>
 #include <QToolButton>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 // The main window's file handling, driven through its actions with scripted dialogs.
@@ -54,6 +57,8 @@ private slots:
     void openingTheSameFileTwiceKeepsOneEntry();
     void sixthMapPushesOutTheOldest();
     void failedOpenRemovesTheRecentEntry();
+    void failedOpenSaysWhyAndLeavesNothingOpen_data();
+    void failedOpenSaysWhyAndLeavesNothingOpen();
     void recentMapsMenuOpensTheChosenMap();
     void recentMapsSurviveARestart();
     void recentMapsFollowTheirSettings();
@@ -208,11 +213,47 @@ void tst_Kestrel::failedOpenRemovesTheRecentEntry()
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.at(0).icon, QMessageBox::Critical);
     QCOMPARE(messages.at(0).title, QStringLiteral("Load Error"));
-    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: ") + broken);
+    // The box says why: the reader's line, column and reason.
+    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: ") + broken +
+                                      QStringLiteral("\n\nError in line: 1, column: 16: "
+                                                     "Premature end of document."));
     QCOMPARE(m_window->recentMaps(), QStringList{good});
     QVERIFY(m_window->currentMapPath().isEmpty());
     QCOMPARE(m_window->windowTitle(), QStringLiteral("Orrery"));
     QVERIFY(!QSettings().contains(QStringLiteral("/recentmap1")));
+}
+
+// Opening a missing, empty or broken map on an empty window (as at start-up): the box says
+// why, and no progress dialog is left to appear over it and hold the window.
+void tst_Kestrel::failedOpenSaysWhyAndLeavesNothingOpen_data()
+{
+    QTest::addColumn<QByteArray>("bytes"); // null: no file at all
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("missing") << QByteArray() << "Unable to open file: No such file or directory";
+    QTest::newRow("empty") << QByteArray("")
+                           << "Error in line: 1, column: 0: Premature end of document.";
+    QTest::newRow("garbage") << QByteArray("garbage")
+                             << "Error in line: 1, column: 1: Start tag expected.";
+}
+
+void tst_Kestrel::failedOpenSaysWhyAndLeavesNothingOpen()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, reason);
+    const QString path = m_dir->filePath(QStringLiteral("start.map"));
+    if (!bytes.isNull()) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    QVERIFY(!m_window->openMap(path));
+    const QList<ScriptedPrompts::Asked> messages = m_prompts->messages();
+    QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: %1\n\n%2").arg(path, reason));
+    const auto *progress = m_window->findChild<ModelProgressDialog *>();
+    QVERIFY(progress && !progress->isVisible());
+    const QList<QTimer *> timers = progress->findChildren<QTimer *>();
+    QVERIFY(std::none_of(timers.cbegin(), timers.cend(), [](QTimer *t) { return t->isActive(); }));
 }
 
 void tst_Kestrel::recentMapsMenuOpensTheChosenMap()
@@ -416,7 +457,8 @@ void tst_Kestrel::failedSaveKeepsTheMapDirty()
     QCOMPARE(messages.size(), 1);
     QCOMPARE(messages.at(0).icon, QMessageBox::Critical);
     QCOMPARE(messages.at(0).title, QStringLiteral("Save Failed"));
-    QCOMPARE(messages.at(0).text, QStringLiteral("Unable to save file ") + impossible);
+    QCOMPARE(messages.at(0).text, QStringLiteral("Unable to save file ") + impossible +
+                                      QStringLiteral("\n\nNo such file or directory"));
     QVERIFY(m_window->isDirty());
     QVERIFY(m_window->currentMapPath().isEmpty());
     QVERIFY(m_window->recentMaps().isEmpty());

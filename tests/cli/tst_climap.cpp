@@ -6,6 +6,8 @@
 
 #include "support/programrun.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 const QString kExample = QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map");
@@ -22,6 +24,8 @@ private slots:
     void resaveWritesALoadableMap();
     void failuresAndUsage_data();
     void failuresAndUsage();
+    void refusalsSayWhy_data();
+    void refusalsSayWhy();
 };
 
 void tst_CliMap::infoPrintsCountsAndMessages()
@@ -121,6 +125,43 @@ void tst_CliMap::failuresAndUsage()
         QVERIFY(run.out.contains("Usage: orrery-cli"));
     else
         QVERIFY2(run.err.contains(stderrText.toUtf8()), run.err.constData());
+}
+
+// A file the loader refuses, or a target it will not save over, ends the command with
+// status 1 and the reason; never with a crash.
+void tst_CliMap::refusalsSayWhy_data()
+{
+    QTest::addColumn<QByteArray>("map");
+    QTest::addColumn<bool>("resaveOverAPipe");
+    QTest::addColumn<QString>("stderrText");
+    QTest::newRow("nested 120,000 deep")
+        << "<map><l><n>" + QByteArray("<b>").repeated(120000) + "</n></l></map>" << false
+        << "Elements are nested deeper than 32 levels.";
+    QTest::newRow("garbage") << QByteArray("garbage") << false
+                             << "Error in line: 1, column: 1: Start tag expected.";
+    QTest::newRow("resave over a pipe")
+        << QByteArray("<map/>") << true << "exists and is not a regular file";
+}
+
+void tst_CliMap::refusalsSayWhy()
+{
+    QFETCH(QByteArray, map);
+    QFETCH(bool, resaveOverAPipe);
+    QFETCH(QString, stderrText);
+    QTemporaryDir dir;
+    const QString in = dir.filePath("in.map");
+    QFile f(in);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(map);
+    f.close();
+    const QString pipe = dir.filePath("pipe.map");
+    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+
+    const ProgramRun run =
+        resaveOverAPipe ? cli({"map", "resave", in, pipe}) : cli({"map", "info", in});
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.err.contains(stderrText.toUtf8()), run.err.constData());
+    QVERIFY(!QFileInfo(pipe).isFile());
 }
 
 QTEST_GUILESS_MAIN(tst_CliMap)

@@ -6,6 +6,7 @@
 #include "model/mapmodel.h"
 
 #include <QBuffer>
+#include <QSignalSpy>
 #include <QXmlStreamReader>
 #include <QtTest>
 
@@ -43,6 +44,21 @@ const QByteArray kRdm = R"json({"DeviceType": "RDM_FIXTURE", "DeviceName": "Graz
     "SerialNumberRanges": [{"start": "7A7001000000", "end": "7A7001FFFFFF",
                             "productCode": "D.0301-P.0101-F.0102"}],
     "MemoryMap": [{"name": "RDM_DMX_ADDRESS", "address": 240}]})json";
+// An RDM flood inside the generic RDM range, in two firmware versions of different chemistry.
+const QByteArray kRdmGeneric = R"json({"DeviceType": "RDM_FIXTURE", "DeviceName": "Generic RDM",
+    "SerialNumberRanges": [{"start": "7A7002000000", "end": "7A70FFFFFFFF"}],
+    "MemoryMap": [{"name": "LED_CHEMISTRY", "address": 0}],
+    "StaticValues": [{"name": "LED_CHEMISTRY", "value": 1}]})json";
+const QByteArray kRdmFlood = R"json({"DeviceType": "RDM_FIXTURE", "DeviceName": "Flood RDM RGBW",
+    "SerialNumberRanges": [{"start": "7A7002000000", "end": "7A7002FFFFFF",
+                            "productCode": "D.0302-P.0101-F.0102"}],
+    "MemoryMap": [{"name": "LED_CHEMISTRY", "address": 0}],
+    "StaticValues": [{"name": "LED_CHEMISTRY", "value": 2}]})json";
+const QByteArray kRdmFloodRgb = R"json({"DeviceType": "RDM_FIXTURE", "DeviceName": "Flood RDM RGB",
+    "SerialNumberRanges": [{"start": "7A7002000000", "end": "7A7002FFFFFF",
+                            "productCode": "D.0302-P.0101-F.0200"}],
+    "MemoryMap": [{"name": "LED_CHEMISTRY", "address": 0}],
+    "StaticValues": [{"name": "LED_CHEMISTRY", "value": 1}]})json";
 
 // "K=V;K=V" as an ordered list of pairs.
 PropertyList pairs(const QString &text)
@@ -91,7 +107,8 @@ private:
 void tst_DefinitionPropertyFormat::initTestCase()
 {
     m_mapper.loadJson(kMap, QStringLiteral("map"));
-    for (const QByteArray &json : {kGraze, kGeneric, kPoint, kSupply, kRdm})
+    for (const QByteArray &json :
+         {kGraze, kGeneric, kPoint, kSupply, kRdm, kRdmGeneric, kRdmFlood, kRdmFloodRgb})
         m_dictionary.addEntry(std::make_shared<const DeviceEntry>(QStringLiteral("x"), json));
     m_format = std::make_shared<DefinitionPropertyFormat>(m_dictionary, m_mapper);
 }
@@ -102,9 +119,10 @@ void tst_DefinitionPropertyFormat::lightProperties_data()
     QTest::addColumn<QString>("held");
     QTest::addColumn<QString>("written");
 
+    // A chemistry nobody read and no definition names stays unknown (an empty element).
     QTest::newRow("definition tokens in token order, chemistry added")
         << quint64(0x10110005) << "DMX_OFFSET=12;INPUT_RESOLUTION=1"
-        << "DMX_OFFSET=12;FIRMWARE_VERSION=;INPUT_RESOLUTION=16 bit;LED_CHEMISTRY=RGB";
+        << "DMX_OFFSET=12;FIRMWARE_VERSION=;INPUT_RESOLUTION=16 bit;LED_CHEMISTRY=";
     QTest::newRow("chemistry the light holds")
         << quint64(0x10110005) << "LED_CHEMISTRY=2"
         << "DMX_OFFSET=;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGBW";
@@ -117,10 +135,10 @@ void tst_DefinitionPropertyFormat::lightProperties_data()
                                                              << "LED_CHEMISTRY=RGBW";
     QTest::newRow("unknown serial keeps what the light holds")
         << quint64(0x0BADF00D) << "DMX_OFFSET=3;ZONE=north"
-        << "LED_CHEMISTRY=RGB;DMX_OFFSET=3;ZONE=north";
+        << "LED_CHEMISTRY=;DMX_OFFSET=3;ZONE=north";
     QTest::newRow("properties the definition does not name come last")
         << quint64(0x10110005) << "CUSTOM_NOTE=by the door;DMX_OFFSET=0"
-        << "DMX_OFFSET=0;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=RGB;CUSTOM_NOTE=by the "
+        << "DMX_OFFSET=0;FIRMWARE_VERSION=;INPUT_RESOLUTION=;LED_CHEMISTRY=;CUSTOM_NOTE=by the "
            "door";
     QTest::newRow("values the map cannot show are written as they stand")
         << quint64(0x10310000) << "LED_CHEMISTRY=7"
@@ -133,7 +151,20 @@ void tst_DefinitionPropertyFormat::lightProperties_data()
                                                          << "DMX_OFFSET=16;LED_CHEMISTRY=RGBW";
     QTest::newRow("product-code definitions when no plain range holds the serial")
         << quint64(0x7A7001000042ULL) << "RDM_DMX_ADDRESS=17"
-        << "RDM_DMX_ADDRESS=17;LED_CHEMISTRY=RGB";
+        << "RDM_DMX_ADDRESS=17;LED_CHEMISTRY=";
+    // Inside a generic RDM range the fixture's own definition gives the chemistry: the one
+    // of the product code it reported, else the first whose range holds it.
+    QTest::newRow("RDM chemistry of the reported product code")
+        << quint64(0x7A7002000401ULL) << "RDM_DEVICE_INFO=D.0302-P.0101-F.0200"
+        << "LED_CHEMISTRY=RGB;RDM_DEVICE_INFO=D.0302-P.0101-F.0200";
+    QTest::newRow("RDM chemistry of the product-code range") << quint64(0x7A7002000401ULL) << ""
+                                                             << "LED_CHEMISTRY=RGBW";
+    QTest::newRow("RDM chemistry of an unknown product code")
+        << quint64(0x7A7002000401ULL) << "RDM_DEVICE_INFO=D.0302-P.0101-F.0999"
+        << "LED_CHEMISTRY=RGBW;RDM_DEVICE_INFO=D.0302-P.0101-F.0999";
+    QTest::newRow("generic RDM chemistry outside every product code")
+        << quint64(0x7A7009000001ULL) << ""
+        << "LED_CHEMISTRY=RGB";
 }
 
 void tst_DefinitionPropertyFormat::lightProperties()
@@ -213,22 +244,32 @@ void tst_DefinitionPropertyFormat::roundTripThroughAMapFile()
 
     MapModel loaded;
     loaded.setPropertyFormat(m_format);
+    QSignalSpy messages(&loaded, &MapModel::msg);
     QVERIFY(load(loaded, bytes));
     QCOMPARE(loaded.dataSupply(0x10)->deviceProperties(),
              model.dataSupply(0x10)->deviceProperties());
-    // Every light comes back with what it held; the chemistry a light lacked is now set,
-    // and text that was already the text form comes back as the value.
-    QMap<QString, QString> first = held.at(0);
-    QCOMPARE(loaded.light(0x20)->deviceProperties(), first);
-    QMap<QString, QString> second = held.at(1);
-    second.insert("LED_CHEMISTRY", "1");
-    QCOMPARE(loaded.light(0x21)->deviceProperties(), second);
+    // Every light comes back with what it held, text that was already the text form comes
+    // back as the value, and an unknown option stays as it was; an offset outside 0..511 is
+    // not taken, and the loader says so.
+    QCOMPARE(loaded.light(0x20)->deviceProperties(), held.at(0));
+    QCOMPARE(loaded.light(0x21)->deviceProperties(), held.at(1));
     QCOMPARE(loaded.light(0x22)->deviceProperties(),
              (QMap<QString, QString>{{"LED_CHEMISTRY", "1"}}));
-    QCOMPARE(loaded.light(0x23)->deviceProperties(), held.at(3));
+    QCOMPARE(loaded.light(0x23)->deviceProperties(),
+             (QMap<QString, QString>{{"LED_CHEMISTRY", "9"}}));
+    QStringList texts;
+    for (const auto &args : messages)
+        texts << args.at(0).toString();
+    QVERIFY(texts.contains("loadLight: light 23: DMX_OFFSET \"-4\" is not a number from 0 to "
+                           "511; not kept"));
+    QVERIFY(texts.contains("loadLight: light 23: LED_CHEMISTRY \"9\" is not one of its options; "
+                           "kept as it stands"));
 
-    // Saving what was loaded gives the same file.
-    QCOMPARE(save(loaded), bytes);
+    // What was loaded saves and loads back to itself.
+    MapModel reloaded;
+    reloaded.setPropertyFormat(m_format);
+    QVERIFY(load(reloaded, save(loaded)));
+    QCOMPARE(save(reloaded), save(loaded));
 }
 
 void tst_DefinitionPropertyFormat::filesWrittenAsTextStillLoad()

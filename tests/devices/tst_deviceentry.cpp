@@ -1,6 +1,7 @@
 #include "logcapture.h"
 
 #include "devices/deviceentry.h"
+#include "devices/jsonvalues.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -266,6 +267,11 @@ void tst_DeviceEntry::unreadableFiles_data()
     QTest::newRow("cut short")
         << QByteArray(R"json({"DeviceType": "FIXTURE", "SerialNumberRanges": [{"start": "1")json")
         << true;
+    // Valid, but no definition of ours is a megabyte: the file is not read.
+    QTest::newRow("larger than a definition can be")
+        << QByteArray(R"json({"DeviceType": "FIXTURE"})json") +
+               QByteArray(int(JsonValues::kMaxFileBytes), ' ')
+        << true;
 }
 
 void tst_DeviceEntry::unreadableFiles()
@@ -285,8 +291,11 @@ void tst_DeviceEntry::unreadableFiles()
     QVERIFY(!e.isLoaded());
     QCOMPARE(e.filePath(), path);
     QVERIFY(e.serialRanges().isEmpty());
-    QCOMPARE(log.lines().size(), 1);
-    QCOMPARE(log.lines().constFirst(),
+    const bool tooLarge = bytes.size() > JsonValues::kMaxFileBytes;
+    QCOMPARE(log.lines().size(), tooLarge ? 2 : 1);
+    if (tooLarge)
+        QVERIFY(log.lines().constFirst().endsWith(QStringLiteral("is larger than 1048576 bytes")));
+    QCOMPARE(log.lines().constLast(),
              QStringLiteral("File \"%1\" is empty or improperly formatted").arg(path));
 }
 

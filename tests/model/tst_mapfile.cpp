@@ -1,15 +1,21 @@
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
+#include "model/mapfileformat.h"
+#include "model/mapjson.h"
 #include "model/mapmodel.h"
 
 #include <QBuffer>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -57,6 +63,50 @@ QStringList childTags(const QByteArray &xml, const QString &parent)
 
 const char kSupplyOnly[] = "<map><c><t>%1</t><s>A</s><n>S</n></c><l><s>B</s></l></map>";
 
+// Everything a map holds, for comparing two models. The supplies' missing flag is left out:
+// it is run-time state that map files never carry.
+QJsonObject content(const MapModel &model)
+{
+    QJsonObject map = MapJson::map(model);
+    QJsonArray supplies;
+    for (const QJsonValue &supply : map.value(QStringLiteral("supplies")).toArray()) {
+        QJsonObject object = supply.toObject();
+        object.remove(QStringLiteral("missing"));
+        supplies.append(object);
+    }
+    map.insert(QStringLiteral("supplies"), supplies);
+    QJsonArray effects;
+    for (const EffectRecord &effect : model.effects()) {
+        QJsonArray elements;
+        for (const auto &element : effect.elements)
+            elements.append(QJsonArray{element.first, element.second});
+        effects.append(elements);
+    }
+    map.insert(QStringLiteral("effects"), effects);
+    return map;
+}
+
+// The loader's notes about values it did not take ("loadLight: light 1: ..."), as opposed to
+// its progress messages ("Loading a ...", "Doc has ...").
+QStringList notesOf(const QSignalSpy &spy)
+{
+    QStringList notes = messagesOf(spy);
+    notes.erase(
+        std::remove_if(notes.begin(), notes.end(),
+                       [](const QString &m) { return !m.startsWith(QLatin1String("load")); }),
+        notes.end());
+    return notes;
+}
+
+QByteArray repeated(const QByteArray &element, int times)
+{
+    QByteArray bytes;
+    bytes.reserve(element.size() * times);
+    for (int i = 0; i < times; ++i)
+        bytes += element;
+    return bytes;
+}
+
 } // namespace
 
 class tst_MapFile : public QObject
@@ -83,6 +133,12 @@ private slots:
     void addressAndMacFallbacks();
     void textsThatXmlCannotCarryStillSave();
     void failedSaveLeavesOldFileIntact();
+    void hostileMapsRoundTrip_data();
+    void hostileMapsRoundTrip();
+    void limitsRefuseTheFile_data();
+    void limitsRefuseTheFile();
+    void saveOnlyOverRegularFiles_data();
+    void saveOnlyOverRegularFiles();
 };
 
 void tst_MapFile::everyFieldRoundTrips()
@@ -126,6 +182,9 @@ void tst_MapFile::everyFieldRoundTrips()
     light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QStringLiteral("50"));
     light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("RGBW"));
     model.addLight(std::move(light));
+    auto second = std::make_unique<Light>();
+    second->setUid(0x52);
+    model.addLight(std::move(second));
 
     auto group = std::make_unique<Group>();
     group->setUid(0x99);
@@ -304,28 +363,38 @@ void tst_MapFile::badDocumentsLoadNothing_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("lastMessage");
-    QTest::newRow("empty") << QByteArray() << "Error in line: 1, column: 0";
-    QTest::newRow("not XML") << QByteArray("PK\x03\x04 zip") << "Error in line: 1, column: 1";
+    QTest::addColumn<QString>("reason"); // what the Load Error box says
+    QTest::newRow("empty") << QByteArray() << "Error in line: 1, column: 0"
+                           << "Error in line: 1, column: 0: Premature end of document.";
+    QTest::newRow("not XML") << QByteArray("PK\x03\x04 zip") << "Error in line: 1, column: 1"
+                             << "Error in line: 1, column: 1: Start tag expected.";
     QTest::newRow("wrong root") << QByteArray("<plan><l><s>1</s></l></plan>")
-                                << "Error: Not a map file (root element \"plan\").";
+                                << "Error: Not a map file (root element \"plan\")."
+                                << "Not a map file (root element \"plan\").";
     QTest::newRow("comment beside root")
-        << QByteArray("<!-- exported --><map><l><s>1</s></l></map>") << "Doc has 2 children.";
+        << QByteArray("<!-- exported --><map><l><s>1</s></l></map>") << "Doc has 2 children."
+        << "The file holds 2 top-level nodes; a map file holds its \"map\" element only.";
     QTest::newRow("processing instruction beside root")
-        << QByteArray("<map><l><s>1</s></l></map><?tool x?>") << "Doc has 2 children.";
+        << QByteArray("<map><l><s>1</s></l></map><?tool x?>") << "Doc has 2 children."
+        << "The file holds 2 top-level nodes; a map file holds its \"map\" element only.";
     QTest::newRow("truncated") << QByteArray("<map><l><s>1</s></l><l><s>2</s>")
-                               << "Error in line: 1, column: 31";
-    QTest::newRow("two roots") << QByteArray("<map/><map/>") << "Error in line: 1, column: 12";
+                               << "Error in line: 1, column: 31"
+                               << "Error in line: 1, column: 31: Premature end of document.";
+    QTest::newRow("two roots") << QByteArray("<map/><map/>") << "Error in line: 1, column: 12"
+                               << "Error in line: 1, column: 12: Extra content at end of document.";
 }
 
 void tst_MapFile::badDocumentsLoadNothing()
 {
     QFETCH(QByteArray, bytes);
     QFETCH(QString, lastMessage);
+    QFETCH(QString, reason);
     MapModel model;
     QSignalSpy messages(&model, &MapModel::msg);
     QVERIFY(!load(model, bytes));
     QVERIFY(model.isEmpty());
     QCOMPARE(messagesOf(messages).last(), lastMessage);
+    QCOMPARE(model.loadError(), reason);
 }
 
 void tst_MapFile::parseErrorReportsLineAndColumn()
@@ -343,6 +412,7 @@ void tst_MapFile::missingFileIsReported()
     QVERIFY(!model.loadFromFile(QStringLiteral("/nonexistent/plan.map")));
     QCOMPARE(messagesOf(messages), QStringList({"Opening map file: /nonexistent/plan.map",
                                                 "Error: Unable to open file."}));
+    QCOMPARE(model.loadError(), QStringLiteral("Unable to open file: No such file or directory"));
 }
 
 void tst_MapFile::hugeFileIsRefused()
@@ -559,6 +629,246 @@ void tst_MapFile::failedSaveLeavesOldFileIntact()
     MapModel reloaded;
     QVERIFY(reloaded.loadFromFile(path));
     QCOMPARE(reloaded.lightCount(), 2000);
+}
+
+// Hand-written and damaged maps: what loads is said where it differs from the file, and a
+// save of what loaded loads to the very same map, without a word.
+void tst_MapFile::hostileMapsRoundTrip_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("notes");
+
+    const QByteArray supply = "<c><t>2</t><s>A</s></c>";
+    QTest::newRow("negative numbers")
+        << QByteArray("<l><s>1</s><pn>-1</pn><ln>-5</ln><sn>-1</sn></l>")
+        << QStringList{
+               "loadLight: light 1: port number \"-1\" is not a whole number from 0 to 255; kept 0",
+               "loadLight: light 1: light number \"-5\" is not a whole number from 0 to "
+               "2147483647; kept 0",
+               "loadLight: light 1: serial number \"-1\" is not a whole number; kept 4294967295"};
+    QTest::newRow("numbers past their fields")
+        << QByteArray("<c><t>2</t><s>A</s><u>-1</u><d>70000</d><v>-3</v><pl><p><pn>70000</pn>"
+                      "<pt>300</pt><pf>1FFFF</pf></p><p><pf>7</pf></p></pl></c>"
+                      "<l><s>1</s><pn>256</pn><fc>1FFFFFFFF</fc><ch>-2</ch>"
+                      "<tintlockprofileid>99999999999</tintlockprofileid></l>")
+        << QStringList{"loadDataSupply: supply A: universe \"-1\" is not a whole number from 0 to "
+                       "4294967295; kept 0",
+                       "loadDataSupply: supply A: DMX buffer size \"70000\" is not a whole number "
+                       "from 0 to 65536; kept 12",
+                       "loadDataSupply: supply A: version \"-3\" is not a whole number from 0 to "
+                       "2147483647; kept 1",
+                       "loadDataSupply: supply A: port 1 number \"70000\" is not a whole number "
+                       "from 0 to 65535; kept 0",
+                       "loadDataSupply: supply A: port 1 type \"300\" is not a whole number from 0 "
+                       "to 255; kept 0",
+                       "loadDataSupply: supply A: port 1 flags \"1FFFF\" is not a hexadecimal "
+                       "number from 0 to FFFF; kept 0",
+                       "loadDataSupply: supply A: port 2 flags 7: bit 2 is a run-time state and is "
+                       "not kept",
+                       "loadLight: light 1: port number \"256\" is not a whole number from 0 to "
+                       "255; kept 0",
+                       "loadLight: light 1: fixture code \"1FFFFFFFF\" is not a hexadecimal number "
+                       "from 0 to FFFFFFFF; kept 0",
+                       "loadLight: light 1: channel \"-2\" is not a whole number from 0 to "
+                       "2147483647; kept 0",
+                       "loadLight: light 1: Tintlock profile id \"99999999999\" is not a whole "
+                       "number from -2147483648 to 2147483647; kept 0"};
+    QTest::newRow("not numbers")
+        << QByteArray("<l><s>zz</s><x>nan</x><y>inf</y><z>1e300</z><q0>abc</q0></l>")
+        << QStringList{"loadLight: light 0: uid \"zz\" is not a hexadecimal number; kept 0",
+                       "loadLight: light 0: x \"nan\" is not a number from -1000000000 to "
+                       "1000000000; kept 0",
+                       "loadLight: light 0: y \"inf\" is not a number from -1000000000 to "
+                       "1000000000; kept 0",
+                       "loadLight: light 0: z \"1e300\" is not a number from -1000000000 to "
+                       "1000000000; kept 0",
+                       "loadLight: light 0: q0 \"abc\" is not a number from -1000000000 to "
+                       "1000000000; kept 1"};
+    QTest::newRow("more decimals than the file keeps")
+        << QByteArray("<l><s>1</s><x>0.1234567</x><y>-2.0000004</y><q1>1e-9</q1></l>")
+        << QStringList{};
+    QTest::newRow("texts past their limits")
+        << "<imagefile>" + QByteArray(MapFileFormat::kMaxPathLength + 1, 'p') + "</imagefile>" +
+               "<l><s>1</s><n>" + QByteArray(MapFileFormat::kMaxTextLength + 1, 'n') + "</n></l>" +
+               "<c><t>2</t><s>A</s><vs>" + QByteArray(16 << 20, 'v') + "</vs></c>"
+        << QStringList{"loadMap: background image is 4097 characters long (at most 4096); not kept",
+                       "loadLight: light 1: name is 1025 characters long (at most 1024); kept "
+                       "\"Default Light\"",
+                       "loadDataSupply: supply A: version text is 16777216 characters long (at "
+                       "most 1024); kept \"\""};
+    QTest::newRow("references to nothing")
+        << QByteArray(
+               "<c><t>2</t><s>A</s><l>1</l><l>77</l><l>1</l><l>x</l></c><l><s>1</s><c>A</c></l>"
+               "<l><s>2</s><c>99</c></l><g><s>9</s><c>1</c><c>A</c><c>5</c><c>9</c></g>")
+        << QStringList{"loadDataSupply: supply A: light 1 is listed more than once; kept once",
+                       "loadDataSupply: supply A: light \"x\" is not a hexadecimal uid; not kept",
+                       "loadDataSupply: supply A: light 77 is not a light of this map; not kept",
+                       "loadLight: light 2: data supply 99 is not a supply of this map; not kept "
+                       "(the light has no supply)",
+                       "loadGroup: group 9: member A is not a light of this map; not kept",
+                       "loadGroup: group 9: member 5 is not a light of this map; not kept",
+                       "loadGroup: group 9: member 9 is not a light of this map; not kept"};
+    QTest::newRow("uids shared across kinds")
+        << supply + "<l><s>A</s></l><l><s>B</s></l><g><s>B</s></g><g><s>C</s><c>B</c></g>"
+        << QStringList{"loadLight: uid already exists", "loadGroup: uid already exists"};
+    QTest::newRow("a group before its lights")
+        << QByteArray("<g><s>9</s><c>1</c></g><l><s>1</s></l>") << QStringList{};
+    QTest::newRow("the layout's selection")
+        << QByteArray("<l><s>1</s></l><g><s>9</s><n>Tamsin Selection Group</n><c>1</c></g>")
+        << QStringList{"loadGroup: group 9: \"Tamsin Selection Group\" is the layout's working "
+                       "selection, not part of the installation; not kept"};
+    QTest::newRow("carriage returns and markup in names")
+        << QByteArray("<l><s>1</s><n>a&#13;b<i>c</i>&#13;</n></l>") << QStringList{};
+    QTest::newRow("unknown and repeated elements")
+        << QByteArray("<extra>x</extra><l><s>1</s><n>a</n><n>b</n><colour>red</colour></l>"
+                      "<l><s>2</s><colour>blue</colour></l>")
+        << QStringList{"loadMap: unknown element \"extra\" in the map; not kept (noted once)",
+                       "loadLight: light 1: name is given more than once; the last one is taken",
+                       "loadLight: light 1: unknown element \"colour\" in a light; not kept "
+                       "(noted once)"};
+    QByteArray manyProperties;
+    for (int i = 0; i <= MapFileFormat::kMaxProperties; ++i)
+        manyProperties += "<P" + QByteArray::number(i) + "/>";
+    QTest::newRow("properties a file cannot carry back")
+        << "<l><s>1</s><properties><A>1</A><A>2</A><\xc3\xa0>3</\xc3\xa0><P>4</P></properties></l>"
+           "<c><t>2</t><s>B</s><properties>" +
+               manyProperties + "</properties></c>"
+        << QStringList{
+               "loadLight: light 1: property A is given more than once; the last one is taken",
+               QString::fromUtf8("loadLight: light 1: property \"\xc3\xa0\" has a name a map file "
+                                 "cannot hold; not kept"),
+               "loadDataSupply: supply B: more than 256 properties; the rest are not kept"};
+    QTest::newRow("effects and port lists past their limits")
+        << "<effect>" + repeated("<e>1</e>", EffectRecord::kMaxElements + 1) + "</effect>" +
+               "<c><t>2</t><s>A</s><pl>" + repeated("<p/>", 256) + "</pl></c>"
+        << QStringList{"loadEffect: effect 1: more than 256 elements; the rest are not kept",
+                       "loadDataSupply: supply A: port list holds more than 255 ports; the rest "
+                       "are not kept"};
+    QTest::newRow("supply addresses")
+        << QByteArray("<c><t>2</t><s>A</s><ip>ten.0.0.1</ip><mac>01:02</mac></c>")
+        << QStringList{"loadDataSupply: supply A: IP address \"ten.0.0.1\" is not an IPv4 address; "
+                       "10.0.0.0 is used",
+                       "loadDataSupply: supply A: MAC address \"01:02\" is not six parts separated "
+                       "by ':'; 00:00:00:00:00:00 is used"};
+    QTest::newRow("kinds of supply we do not create, silently")
+        << QByteArray("<c><t>4</t><s>A</s><u>-1</u></c>") << QStringList{};
+}
+
+void tst_MapFile::hostileMapsRoundTrip()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, notes);
+
+    MapModel loaded;
+    QSignalSpy messages(&loaded, &MapModel::msg);
+    QVERIFY(load(loaded, "<map>" + body + "</map>"));
+    QCOMPARE(notesOf(messages), notes);
+
+    const QByteArray saved = save(loaded);
+    MapModel again;
+    QSignalSpy againMessages(&again, &MapModel::msg);
+    QVERIFY(load(again, saved));
+    QCOMPARE(notesOf(againMessages), QStringList());
+    QCOMPARE(content(again), content(loaded));
+    QCOMPARE(save(again), saved);
+}
+
+// Files past the limits are refused whole, with the reader's line, column and reason, and
+// never take the program down with them.
+void tst_MapFile::limitsRefuseTheFile_data()
+{
+    QTest::addColumn<QByteArray>("xml");
+    QTest::addColumn<QString>("reason");
+
+    const int deepest = MapFileFormat::kMaxDepth - 3; // map, l and n hold the wrappers
+    QTest::newRow("deepest nesting loads") << "<map><l><s>1</s><n>" + repeated("<b>", deepest) +
+                                                  "x" + repeated("</b>", deepest) + "</n></l></map>"
+                                           << QString();
+    QTest::newRow("one level deeper") << "<map><l><s>1</s><n>" + repeated("<b>", deepest + 1) +
+                                             "x" + repeated("</b>", deepest + 1) + "</n></l></map>"
+                                      << "Elements are nested deeper than 32 levels.";
+    QTest::newRow("120,000 nested elements in a name")
+        << "<map><l><s>1</s><n>" + repeated("<b>", 120000) + repeated("</b>", 120000) +
+               "</n></l></map>"
+        << "Elements are nested deeper than 32 levels.";
+    QTest::newRow("objects past the limit")
+        << "<map>" + repeated("<l/>", MapFileFormat::kMaxObjects + 1) + "</map>"
+        << "The map holds more than 65536 supplies, lights, groups and effects.";
+    QTest::newRow("references past the limit")
+        << "<map><g><s>1</s>" + repeated("<c/>", MapFileFormat::kMaxReferences + 1) + "</g></map>"
+        << "The map's supplies and groups list more than 1000000 lights.";
+}
+
+void tst_MapFile::limitsRefuseTheFile()
+{
+    QFETCH(QByteArray, xml);
+    QFETCH(QString, reason);
+    MapModel model;
+    QSignalSpy messages(&model, &MapModel::msg);
+    const bool loaded = load(model, xml);
+    QCOMPARE(loaded, reason.isEmpty());
+    if (loaded)
+        return;
+    QVERIFY(model.isEmpty());
+    QVERIFY(messagesOf(messages).last().startsWith(QLatin1String("Error in line: 1, column: ")));
+    QVERIFY2(model.loadError().endsWith(reason), qPrintable(model.loadError()));
+}
+
+// Saving replaces the file by renaming a new one over it: over anything but a regular file
+// that would replace the node itself.
+void tst_MapFile::saveOnlyOverRegularFiles_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<bool>("saves");
+    QTest::newRow("regular file") << "file" << true;
+    QTest::newRow("link to a regular file") << "link to file" << true;
+    QTest::newRow("new file") << "nothing" << true;
+    QTest::newRow("pipe") << "fifo" << false;
+    QTest::newRow("link to a pipe") << "link to fifo" << false;
+    QTest::newRow("directory") << "directory" << false;
+}
+
+void tst_MapFile::saveOnlyOverRegularFiles()
+{
+    QFETCH(QString, kind);
+    QFETCH(bool, saves);
+    QTemporaryDir dir;
+    const QString target = dir.filePath(QStringLiteral("plan.map"));
+    const QString file = dir.filePath(QStringLiteral("real.map"));
+    const QString fifo = dir.filePath(QStringLiteral("pipe"));
+    QFile(file).open(QIODevice::WriteOnly);
+    QCOMPARE(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    if (kind == QLatin1String("file"))
+        QVERIFY(QFile::copy(file, target));
+    else if (kind.startsWith(QLatin1String("link to")))
+        QVERIFY(QFile::link(kind.endsWith(QLatin1String("file")) ? file : fifo, target));
+    else if (kind == QLatin1String("fifo"))
+        QCOMPARE(mkfifo(QFile::encodeName(target).constData(), 0600), 0);
+    else if (kind == QLatin1String("directory"))
+        QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("plan.map")));
+
+    MapModel model;
+    auto light = std::make_unique<Light>();
+    light->setUid(7);
+    model.addLight(std::move(light));
+    const QFileInfo before(target);
+    QCOMPARE(model.saveToFile(target), saves);
+    if (saves) {
+        QVERIFY(model.saveError().isEmpty());
+        // A link stays a link; the file it names holds the map.
+        QCOMPARE(QFileInfo(target).isSymLink(), before.isSymLink());
+        MapModel reloaded;
+        QVERIFY(reloaded.loadFromFile(target));
+        QVERIFY(reloaded.light(7));
+    } else {
+        QCOMPARE(model.saveError(),
+                 target + QStringLiteral(" exists and is not a regular file; a map is only saved "
+                                         "as a regular file."));
+        const QFileInfo after(target);
+        QCOMPARE(after.isDir(), before.isDir());
+        QCOMPARE(after.isSymLink(), before.isSymLink());
+        QVERIFY(!after.isFile());
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_MapFile)

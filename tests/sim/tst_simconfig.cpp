@@ -1,3 +1,4 @@
+#include "sim/simconfigreader.h"
 #include "sim/siminstallation.h"
 
 #include <QJsonDocument>
@@ -223,6 +224,18 @@ void tst_SimConfig::badConfig_data()
                                 << "faults: \"drop\"";
     QTest::newRow("faults not object")
         << QByteArray("{\"faults\": 1, \"supplies\": []}") << "faults: not an object";
+    QTest::newRow("too many supplies")
+        << "{\"supplies\": [" + QByteArray("{},").repeated(SimConfigReader::kMaxSupplies) + "{}]}"
+        << "supplies: more than 1024 supplies";
+    // A run reaches 512 lights at most (their channels must fit a frame).
+    const QByteArray fullRun = "{\"serial\": \"1\", \"count\": 512, \"footprint\": 1";
+    QTest::newRow("too many lights")
+        << oneSupply({}, "[" + (fullRun + "},").repeated(128) + "{\"serial\": \"1\"}]")
+        << "lights[128]: the installation holds more than 65536 lights";
+    QTest::newRow("memory images past the limit")
+        << oneSupply({}, "[" + (fullRun + ", \"memory\": {\"65535\": 1}},").repeated(2) +
+                             "{\"serial\": \"1\"}]")
+        << "lights[2]: the lights' memory images exceed 64 MB together";
 }
 
 // A broken configuration is reported with the place of the fault, never accepted half-way.

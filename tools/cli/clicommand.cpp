@@ -57,21 +57,10 @@ bool checkWritable(const QString &path, QString *reason)
 
 bool saveMapFile(MapModel &model, const QString &path)
 {
-    QSaveFile file(path);
-    QString reason;
-    if (!file.open(QIODevice::WriteOnly)) {
-        reason = file.errorString();
-    } else if (!model.saveToDevice(file)) {
-        reason = file.error() != QFileDevice::NoError
-                     ? file.errorString()
-                     : QStringLiteral("the map could not be written");
-        file.cancelWriting();
-    } else if (!file.commit()) {
-        reason = file.errorString();
-    }
-    if (reason.isEmpty())
+    // The model's save refuses targets that are not regular files and keeps the reason.
+    if (model.saveToFile(path))
         return true;
-    err() << "orrery-cli: cannot save " << path << ": " << reason << Qt::endl;
+    err() << "orrery-cli: cannot save " << path << ": " << model.saveError() << Qt::endl;
     return false;
 }
 
@@ -91,7 +80,7 @@ bool loadMapFile(MapModel &model, const QString &path, QStringList &messages)
         return true;
     for (const QString &m : qAsConst(messages))
         err() << m << "\n";
-    err() << "orrery-cli: failed to load map: " << path << Qt::endl;
+    err() << "orrery-cli: failed to load map: " << path << ": " << model.loadError() << Qt::endl;
     return false;
 }
 
