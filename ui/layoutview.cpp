@@ -882,9 +882,17 @@ void LayoutView::drawForeground(QPainter *painter, const QRectF &rect)
     // Drawn in viewport coordinates so it reads the same at every zoom.
     painter->save();
     painter->resetTransform();
+    // A card in the middle of the canvas, its steps read from the left.
     const QRect area = viewport()->rect().adjusted(24, 24, -24, -24);
-    painter->setPen(QColor(60, 60, 60));
-    painter->drawText(area, Qt::AlignCenter | Qt::TextWordWrap, m_emptyHint);
+    const QRect text = painter->boundingRect(area, Qt::AlignLeft | Qt::TextWordWrap, m_emptyHint);
+    QRect card = text.adjusted(-16, -12, 16, 12);
+    card.moveCenter(viewport()->rect().center());
+    painter->setPen(QColor(200, 205, 212));
+    painter->setBrush(QColor(255, 255, 255, 235));
+    painter->drawRoundedRect(card, 6, 6);
+    painter->setPen(QColor(50, 50, 50));
+    painter->drawText(card.adjusted(16, 12, -16, -12), Qt::AlignLeft | Qt::TextWordWrap,
+                      m_emptyHint);
     painter->restore();
 }
 
