@@ -103,6 +103,9 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_lightCreation = new LightCreation(*m_model, m_ui, m_settings, *m_prompts,
                                         *m_layoutPane->undoManager(), this);
     connect(m_lightCreation, &LightCreation::setDirty, this, &Kestrel::setDirty);
+    // A send that fails (no route to the installation, for one) says why, once per reason.
+    connect(m_engine, &DiscoveryEngine::sendFailed, this,
+            [this](const QString &message) { emit statusMsg(message, 0); });
     connect(m_layoutPane->view(), &LayoutView::editLightsRequested, this,
             [this] { notAvailableYet(QStringLiteral("Editing lights")); });
 
