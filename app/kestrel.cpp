@@ -149,6 +149,7 @@ void Kestrel::createLightPane()
     m_lightTabs->setObjectName(QStringLiteral("m_lightTabs"));
     m_lightView = new LightView(*m_model, m_lightTabs);
     m_deviceView = new DeviceView(*m_model, m_lightTabs);
+    m_deviceView->setRebuildOnlyWhenShown(true);
     m_lightTabs->addTab(m_lightView, QStringLiteral("Lights"));
     m_lightTabs->addTab(m_deviceView, QStringLiteral("Devices"));
     m_ui.m_lightFrame->layout()->addWidget(m_lightTabs);

@@ -13,6 +13,7 @@
 #include "layout/creationrules.h"
 #include "layout/lightcreator.h"
 #include "model/mapmodel.h"
+#include "ui/deviceview.h"
 #include "support/netnamespace.h"
 
 #include <QAbstractButton>
@@ -21,6 +22,7 @@
 #include <QElapsedTimer>
 #include <QLoggingCategory>
 #include <QSpinBox>
+#include <QTabWidget>
 #include <QTimer>
 
 #include <benchmark/benchmark.h>
@@ -73,12 +75,18 @@ void BM_CreateString(benchmark::State &state)
     const int rows = int(state.range(0));
     const int columns = int(state.range(1));
     const int ports = int(state.range(2));
+    const bool devicesShown = state.range(3) != 0;
     qint64 worstGap = 0;
     qint64 worstAfter = 0;
     for (auto _ : state) {
         state.PauseTiming();
         ScriptedPrompts *prompts = nullptr;
         auto window = windowWithLights(prompts);
+        if (devicesShown) {
+            // The devices tab in front: its tree of every light is rebuilt and sorted too.
+            window->lightTabs()->setCurrentWidget(window->deviceView());
+            QCoreApplication::processEvents();
+        }
         prompts->dialogScripts.enqueue([=](QDialog &d) {
             d.findChild<QAbstractButton *>(QStringLiteral("m_tileButton"))->click();
             d.findChild<QSpinBox *>(QStringLiteral("m_rowsSpinBox"))->setValue(rows);
@@ -104,8 +112,11 @@ void BM_CreateString(benchmark::State &state)
     state.counters["last_turn_ms"] = double(worstAfter);
 }
 BENCHMARK(BM_CreateString)
-    ->Args({1, 1000, 6})
-    ->Args({100, 100, 59})
+    ->ArgNames({"rows", "columns", "ports", "devicesShown"})
+    ->Args({1, 1000, 6, 0})
+    ->Args({100, 100, 59, 0})
+    ->Args({1, 1000, 6, 1})
+    ->Args({100, 100, 59, 1})
     ->Unit(benchmark::kMillisecond)
     ->Iterations(3);
 

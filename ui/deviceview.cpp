@@ -50,17 +50,41 @@ DeviceView::DeviceView(MapModel &model, const DeviceDictionary &dictionary, QWid
 
 bool DeviceView::isRebuildPending() const
 {
-    return m_rebuildTimer->isActive();
+    return m_rebuildTimer->isActive() || m_staleWhileHidden;
+}
+
+void DeviceView::setRebuildOnlyWhenShown(bool onlyWhenShown)
+{
+    m_rebuildOnlyWhenShown = onlyWhenShown;
+    if (!onlyWhenShown && m_staleWhileHidden) {
+        m_staleWhileHidden = false;
+        m_rebuildTimer->start();
+    }
 }
 
 void DeviceView::scheduleRebuild()
 {
+    if (m_rebuildOnlyWhenShown && !isVisible()) {
+        m_rebuildTimer->stop();
+        m_staleWhileHidden = true;
+        return;
+    }
     m_rebuildTimer->start();
+}
+
+void DeviceView::showEvent(QShowEvent *event)
+{
+    QTreeWidget::showEvent(event);
+    if (m_staleWhileHidden) {
+        m_staleWhileHidden = false;
+        m_rebuildTimer->start();
+    }
 }
 
 void DeviceView::rebuild()
 {
     m_rebuildTimer->stop();
+    m_staleWhileHidden = false;
     QSet<QString> expanded;
     for (auto it = m_kinds.cbegin(); it != m_kinds.cend(); ++it) {
         if (it.value()->isExpanded())

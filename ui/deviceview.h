@@ -34,8 +34,12 @@ public:
     QTreeWidgetItem *lightItem(quint64 uid) const { return m_lightItems.value(uid); }
     // Lights of the selected children and of the selected kinds, each once, in tree order.
     QList<quint64> selectedLightUids() const;
-    // True while a rebuild is waiting for the event loop.
+    // True while a rebuild is waiting for the event loop or for the view to be shown.
     bool isRebuildPending() const;
+    // A view in a tab that is not shown leaves its rebuild until it is shown: sorting
+    // tens of thousands of rows nobody looks at would hold up the window after every
+    // creation or deletion.
+    void setRebuildOnlyWhenShown(bool onlyWhenShown);
 
 public slots:
     // Rebuilds the tree from the map's lights now.
@@ -44,6 +48,9 @@ public slots:
 
 signals:
     void updatedSelection(const QList<quint64> &lightUids);
+
+protected:
+    void showEvent(QShowEvent *event) override;
 
 private:
     void scheduleRebuild();
@@ -55,6 +62,8 @@ private:
     MapModel &m_model;
     const DeviceDictionary &m_dictionary;
     QTimer *m_rebuildTimer = nullptr;
+    bool m_rebuildOnlyWhenShown = false;
+    bool m_staleWhileHidden = false;
     QHash<QString, QTreeWidgetItem *> m_kinds;
     QHash<quint64, QTreeWidgetItem *> m_lightItems;
 };

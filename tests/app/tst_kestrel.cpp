@@ -680,6 +680,11 @@ void tst_Kestrel::devicesTabFollowsTheMap()
 
     QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
     DeviceView *devices = m_window->deviceView();
+    // Hidden behind the lights tab, the tree waits to be looked at.
+    QTest::qWait(20);
+    QVERIFY(devices->isRebuildPending());
+    m_window->show();
+    tabs->setCurrentWidget(devices);
     QTRY_VERIFY(!devices->isRebuildPending());
     QTreeWidgetItem *kind = devices->kindItem(QStringLiteral("Vela Graze RGB"));
     QVERIFY(kind);
