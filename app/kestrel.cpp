@@ -4,6 +4,8 @@
 #include "app/demoguide.h"
 #include "app/layoutpane.h"
 #include "app/lightcreation.h"
+#include "app/mapediting.h"
+#include "effects/selectioneffect.h"
 #include "app/liveplayer.h"
 #include "model/undomanager.h"
 #include "ui/layoutview.h"
@@ -98,16 +100,23 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_layoutPane = new LayoutPane(*m_model, *m_livePlayer, m_ui, m_settings, *m_prompts, this);
     connect(m_layoutPane, &LayoutPane::setDirty, this, &Kestrel::setDirty);
     connect(m_layoutPane, &LayoutPane::statusMsg, this, &Kestrel::statusMsg);
-    connect(m_layoutPane->view(), &LayoutView::lightDoubleClicked, this,
-            &Kestrel::handleCanvasDoubleClick);
     m_lightCreation = new LightCreation(*m_model, m_ui, m_settings, *m_prompts,
                                         *m_layoutPane->undoManager(), this);
     connect(m_lightCreation, &LightCreation::setDirty, this, &Kestrel::setDirty);
     // A send that fails (no route to the installation, for one) says why, once per reason.
     connect(m_engine, &DiscoveryEngine::sendFailed, this,
             [this](const QString &message) { emit statusMsg(message, 0); });
-    connect(m_layoutPane->view(), &LayoutView::editLightsRequested, this,
-            [this] { notAvailableYet(QStringLiteral("Editing lights")); });
+    m_mapEditing = new MapEditing(*m_model, *m_layoutPane->undoManager(), *m_prompts,
+                                  [this] { return m_livePlayer->selection().selectedLights(); },
+                                  this);
+    connect(m_mapEditing, &MapEditing::setDirty, this, &Kestrel::setDirty);
+    connect(m_mapEditing, &MapEditing::statusMsg, this, &Kestrel::statusMsg);
+    connect(m_layoutPane->view(), &LayoutView::editLightsRequested, m_mapEditing,
+            &MapEditing::editLights);
+    connect(m_layoutPane->view(), &LayoutView::lightDoubleClicked, m_mapEditing,
+            &MapEditing::editLight);
+    connect(m_lightView, &LightView::editLightsRequested, m_mapEditing, &MapEditing::editLights);
+    connect(m_groupView, &GroupView::editGroupRequested, m_mapEditing, &MapEditing::editGroup);
 
     connectActions();
     connectModel();
@@ -554,7 +563,7 @@ void Kestrel::handleAddLightsAction()
 
 void Kestrel::handleAddGroupAction()
 {
-    notAvailableYet(QStringLiteral("Adding a group"));
+    m_mapEditing->addGroup();
 }
 
 void Kestrel::handleZoomInAction()
@@ -575,17 +584,6 @@ void Kestrel::handleAutoZoomAction()
 void Kestrel::handleSelectAllLightsAction()
 {
     m_layoutPane->view()->selectAll();
-}
-
-void Kestrel::handleCanvasDoubleClick(quint64 lightUid)
-{
-    // What a double-click on the light's row does: edit its name there.
-    const QModelIndex row = m_lightView->lightModel()->indexForLight(lightUid);
-    if (!row.isValid())
-        return;
-    m_lightView->scrollTo(row);
-    m_lightView->setCurrentIndex(row);
-    m_lightView->edit(row);
 }
 
 void Kestrel::handleAddInterfaceAction()

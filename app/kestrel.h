@@ -16,6 +16,7 @@ class DeviceView;
 class Simulator;
 class LayoutPane;
 class LightCreation;
+class MapEditing;
 class LivePlayer;
 class GroupView;
 class LightView;
@@ -55,6 +56,7 @@ public:
     LivePlayer &livePlayer() const { return *m_livePlayer; }
     LayoutPane &layoutPane() const { return *m_layoutPane; }
     LightCreation &lightCreation() const { return *m_lightCreation; }
+    MapEditing &mapEditing() const { return *m_mapEditing; }
     // The demonstration's guide once startDemonstration() ran, else null.
     DemoGuide *demoGuide() const { return m_demoGuide; }
     // Shows a new user what to try with the simulated installation running in the program.
@@ -101,7 +103,6 @@ public slots:
     void handleAboutAction();
     void handleRecentMapSelected(QAction *action);
     void handlePropertiesCompiled();
-    void handleCanvasDoubleClick(quint64 lightUid);
 
 signals:
     void statusMsg(const QString &text, int timeoutMs);
@@ -147,6 +148,7 @@ private:
     LivePlayer *m_livePlayer = nullptr;
     LayoutPane *m_layoutPane = nullptr;
     LightCreation *m_lightCreation = nullptr;
+    MapEditing *m_mapEditing = nullptr;
     DemoGuide *m_demoGuide = nullptr;
     CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;

@@ -93,7 +93,14 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
             return;
         m_selectionOrigin = groupView;
         QList<quint64> lights = groupView->selectedLightUids();
-        for (const quint64 uid : groupView->selectedGroupUids())
+        const QList<quint64> groups = groupView->selectedGroupUids();
+        // A chasing group chosen on its own runs its chase rather than lighting every member.
+        if (lights.isEmpty() && groups.size() == 1)
+            if (const Group *group = m_model.group(groups.constFirst()); group && group->isChasing()) {
+                highlightGroup(group->uid());
+                return;
+            }
+        for (const quint64 uid : groups)
             if (const Group *group = m_model.group(uid))
                 lights += group->children();
         selectOnly(lights);

@@ -139,7 +139,8 @@ void SelectionEffect::highlightGroup(quint64 gid, int lightsPerStep)
     const Group *group = model() ? model()->group(gid) : nullptr;
     if (!group || group->children().isEmpty())
         return;
-    m_steps = stepsOf(group->children(), lightsPerStep);
+    // Without a step size of its own the chase takes the group's.
+    m_steps = stepsOf(group->children(), lightsPerStep > 0 ? lightsPerStep : group->lightsPerStep());
     // The first frame steps on to step 0.
     m_step = -1;
     m_highlighting = true;

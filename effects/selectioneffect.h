@@ -54,9 +54,9 @@ public slots:
     void setLightSelected(quint64 uid, bool selected);
     void setGroupSelected(quint64 gid, bool selected);
     void setDataSupplySelected(quint64 id, bool selected);
-    // Runs a chase through the group's members, one light a frame, until the next explicit
-    // selection.
-    void highlightGroup(quint64 gid, int lightsPerStep = 1);
+    // Runs a chase through the group's members, one step a frame, until the next explicit
+    // selection. A step is lightsPerStep members, or the group's own number when 0.
+    void highlightGroup(quint64 gid, int lightsPerStep = 0);
     void stopHighlight() { m_highlighting = false; }
     void clearSelection();
     void selectAll();

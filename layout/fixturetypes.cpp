@@ -1,11 +1,14 @@
 #include "layout/fixturetypes.h"
 
 #include "devices/devicedictionary.h"
+#include "devices/deviceentry.h"
+#include "devices/memorymapentry.h"
 
 namespace FixtureTypes {
 
 const QString kGeneric3Ch = QStringLiteral("Generic 3-Ch");
 const QString kGenericWhite = QStringLiteral("Generic White");
+const QString kFixtureTypeProperty = QStringLiteral("FIXTURE_TYPE");
 
 namespace {
 
@@ -17,6 +20,23 @@ DeviceDictionary::EntryPointer fixtureEntry(const DeviceDictionary &dictionary,
             && entry->deviceName() == name)
             return entry;
     return {};
+}
+
+DeviceDictionary::EntryPointer serialFixtureEntry(const DeviceDictionary &dictionary,
+                                                  quint64 serial)
+{
+    const auto entry = dictionary.entryForSerial(serial);
+    return entry && entry->isLoaded() && entry->deviceType() == DeviceType::FIXTURE
+        ? entry
+        : DeviceDictionary::EntryPointer{};
+}
+
+DeviceDictionary::EntryPointer entryOfLight(const DeviceDictionary &dictionary, quint64 serial,
+                                            const QMap<QString, QString> &properties)
+{
+    if (auto entry = serialFixtureEntry(dictionary, serial))
+        return entry;
+    return fixtureEntry(dictionary, properties.value(kFixtureTypeProperty));
 }
 
 } // namespace
@@ -40,8 +60,10 @@ QMap<QString, QString> defaultProperties(const DeviceDictionary &dictionary, con
     const auto entry = fixtureEntry(dictionary, name);
     if (!entry) {
         // The generic type is offered even without its definition file.
-        if (name == kGeneric3Ch)
+        if (name == kGeneric3Ch) {
             properties.insert(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("1"));
+            properties.insert(kFixtureTypeProperty, name);
+        }
         return properties;
     }
     for (auto it = entry->memoryMap().cbegin(); it != entry->memoryMap().cend(); ++it) {
@@ -52,6 +74,7 @@ QMap<QString, QString> defaultProperties(const DeviceDictionary &dictionary, con
     }
     for (auto it = entry->staticValues().cbegin(); it != entry->staticValues().cend(); ++it)
         properties.insert(it.key(), QString::number(it.value()));
+    properties.insert(kFixtureTypeProperty, name);
     return properties;
 }
 
@@ -64,6 +87,37 @@ QStringList tokens(const DeviceDictionary &dictionary, const QString &name)
 bool exists(const DeviceDictionary &dictionary, const QString &name)
 {
     return name == kGeneric3Ch || fixtureEntry(dictionary, name);
+}
+
+QString ofLight(const DeviceDictionary &dictionary, quint64 serial,
+                const QMap<QString, QString> &properties)
+{
+    if (const auto entry = serialFixtureEntry(dictionary, serial))
+        return entry->deviceName();
+    return properties.value(kFixtureTypeProperty);
+}
+
+bool fixedBySerial(const DeviceDictionary &dictionary, quint64 serial)
+{
+    return bool(serialFixtureEntry(dictionary, serial));
+}
+
+QStringList tokensOfLight(const DeviceDictionary &dictionary, quint64 serial,
+                          const QMap<QString, QString> &properties)
+{
+    if (const auto entry = entryOfLight(dictionary, serial, properties))
+        return entry->memoryMap().keys();
+    return {QStringLiteral("LED_CHEMISTRY")};
+}
+
+std::optional<MemoryMapEntry> memoryMapEntryOfLight(const DeviceDictionary &dictionary,
+                                                    quint64 serial,
+                                                    const QMap<QString, QString> &properties,
+                                                    const QString &token)
+{
+    if (const auto entry = entryOfLight(dictionary, serial, properties))
+        return entry->memoryMapEntry(token);
+    return std::nullopt;
 }
 
 } // namespace FixtureTypes

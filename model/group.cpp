@@ -28,6 +28,23 @@ void Group::setOValue(int o)
     emit updatedGroup(m_uid);
 }
 
+void Group::setLightsPerStep(int lights)
+{
+    lights = std::max(1, lights);
+    if (lights == m_lightsPerStep)
+        return;
+    m_lightsPerStep = lights;
+    emit updatedGroup(m_uid);
+}
+
+void Group::setChildren(const QList<quint64> &lightUids)
+{
+    if (lightUids == m_children)
+        return;
+    m_children = lightUids;
+    emit updatedGroup(m_uid);
+}
+
 void Group::appendChild(quint64 lightUid)
 {
     m_children.append(lightUid);

@@ -15,10 +15,21 @@ public:
     // never written to a map file.
     static QString selectionGroupName() { return QStringLiteral("Tamsin Selection Group"); }
 
+    // Group kinds. A plain group is a named set (0, or 1 for one made from a selection on
+    // the canvas). A synchronised group's members show the same thing at the same time. A
+    // chasing group steps through its members in order, lightsPerStep() lights at a time,
+    // when it is highlighted.
+    enum Type : int { PlainType = 0, SelectionType = 1, SynchronisedType = 2, ChasingType = 3 };
+
     explicit Group(QObject *parent = nullptr);
 
     int type() const { return m_type; }
     void setType(int type);
+    bool isChasing() const { return m_type == ChasingType; }
+
+    // How many members light together in one step of a chase (1 or more).
+    int lightsPerStep() const { return m_lightsPerStep; }
+    void setLightsPerStep(int lights);
 
     quint64 uid() const { return m_uid; }
     void setUid(quint64 uid) { m_uid = uid; }
@@ -37,6 +48,8 @@ public:
     bool hasChild(quint64 lightUid) const { return m_children.contains(lightUid); }
     void appendChild(quint64 lightUid);
     bool removeChild(quint64 lightUid);
+    // Replaces the members at once (one announcement).
+    void setChildren(const QList<quint64> &lightUids);
 
     // Bounding box of the members' positions. It starts inverted so that the first member
     // included sets both corners.
@@ -62,6 +75,7 @@ private:
     quint64 m_uid = 0;
     QString m_name = QStringLiteral("New Group");
     int m_o = 40;
+    int m_lightsPerStep = 1;
     QList<quint64> m_children;
     double m_minX = kBoundsStart;
     double m_minY = kBoundsStart;

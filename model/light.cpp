@@ -121,3 +121,13 @@ void Light::setDeviceProperty(const QString &name, const QString &value)
         LightOutput::touchLayout();
     emit updatedLightProperty(m_uid, name, value);
 }
+
+void Light::removeDeviceProperty(const QString &name)
+{
+    if (m_properties.remove(name) == 0)
+        return;
+    if (name == QLatin1String("DMX_OFFSET") || name == QLatin1String("LED_CHEMISTRY") ||
+        name == QLatin1String("INPUT_RESOLUTION"))
+        LightOutput::touchLayout();
+    emit updatedLightProperty(m_uid, name, QString());
+}

@@ -68,6 +68,8 @@ public:
     QString deviceProperty(const QString &name) const { return m_properties.value(name); }
     bool hasDeviceProperty(const QString &name) const { return m_properties.contains(name); }
     void setDeviceProperty(const QString &name, const QString &value);
+    // Takes the property away (undoing an edit that gave the light a property it lacked).
+    void removeDeviceProperty(const QString &name);
 
     // What the light shows live and how it writes its channels into its port's frame.
     LightOutput &output() { return m_output; }

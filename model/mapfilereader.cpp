@@ -502,6 +502,9 @@ ParsedMapChild MapDocumentReader::readGroup()
         } else if (name == QLatin1String("o")) {
             m_in.integerField(QStringLiteral("o"), kIntMin, kIntMax, g.oValue(),
                               [&](qint64 v) { g.setOValue(int(v)); });
+        } else if (name == QLatin1String("lightsperstep")) {
+            m_in.integerField(QStringLiteral("lights per step"), 1, kIntMax, g.lightsPerStep(),
+                              [&](qint64 v) { g.setLightsPerStep(int(v)); });
         } else if (is(name, QLatin1String("c"), QLatin1String("child"))) {
             readReference(QStringLiteral("member"), child.references, membersSeen);
         } else {

@@ -272,6 +272,10 @@ void MapDocumentWriter::writeGroup(const Group &group)
     element(QStringLiteral("s"), hex(group.uid()));
     element(QStringLiteral("n"), group.name());
     element(QStringLiteral("o"), QString::number(group.oValue()));
+    // Only chases that light more than one member a step carry it, so that every other
+    // group is written as it always was.
+    if (group.lightsPerStep() != 1)
+        element(QStringLiteral("lightsperstep"), QString::number(group.lightsPerStep()));
     for (quint64 member : group.children())
         element(QStringLiteral("c"), hex(member));
     m_xml.writeEndElement();

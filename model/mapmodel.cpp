@@ -190,6 +190,31 @@ bool MapModel::removeLightFromGroup(quint64 groupUid, quint64 lightUid)
     return true;
 }
 
+bool MapModel::setGroupMembers(quint64 groupUid, const QList<quint64> &lightUids)
+{
+    Group *g = m_groups.value(groupUid);
+    if (!g)
+        return false;
+    for (const quint64 uid : g->children()) {
+        m_groupsOfLight.remove(uid, groupUid);
+        if (Light *l = m_lights.value(uid))
+            disconnect(l, &Light::updatedLight, g, &Group::handleUpdatedLight);
+    }
+    QList<quint64> members;
+    members.reserve(lightUids.size());
+    QSet<quint64> seen;
+    seen.reserve(lightUids.size());
+    for (const quint64 uid : lightUids) {
+        if (!m_lights.contains(uid) || seen.contains(uid))
+            continue;
+        seen.insert(uid);
+        members.append(uid);
+        connectMember(g, uid);
+    }
+    g->setChildren(members);
+    return true;
+}
+
 QRectF MapModel::groupBounds(quint64 groupUid)
 {
     Group *g = m_groups.value(groupUid);

@@ -52,6 +52,9 @@ public:
     // Group membership of groups held by the model (keeps the member connections right).
     bool addLightToGroup(quint64 groupUid, quint64 lightUid);
     bool removeLightFromGroup(quint64 groupUid, quint64 lightUid);
+    // Makes the group's members exactly these lights, in this order (each once; uids that
+    // are not lights of the model are left out). One announcement of the group.
+    bool setGroupMembers(quint64 groupUid, const QList<quint64> &lightUids);
     // Groups that list the light as a member.
     QList<quint64> groupsOfLight(quint64 lightUid) const { return m_groupsOfLight.values(lightUid); }
     // Recomputes the group's bounding box from its members' current positions.

@@ -36,7 +36,7 @@ public:
 class UndoAction
 {
 public:
-    enum Kind : int { PlacementKind = 0, CreationKind = 1 };
+    enum Kind : int { PlacementKind = 0, CreationKind = 1, LightEditKind = 2, GroupEditKind = 3 };
 
     explicit UndoAction(int kind) : m_kind(kind) {}
     virtual ~UndoAction() = default;

@@ -30,6 +30,10 @@ GroupView::GroupView(MapModel &model, QWidget *parent)
             &GroupView::updatedSelection);
     connect(m_model, &QAbstractItemModel::modelReset, this, &GroupView::updatedSelection);
 
+    m_editGroupAction = new QAction(QStringLiteral("Edit Group..."), this);
+    m_editGroupAction->setObjectName(QStringLiteral("editGroupAction"));
+    connect(m_editGroupAction, &QAction::triggered, this,
+            [this] { emit editGroupRequested(m_menuGroup); });
     m_highlightAction = new QAction(QStringLiteral("Highlight as Chase"), this);
     m_highlightAction->setObjectName(QStringLiteral("highlightGroupAction"));
     m_highlightAction->setToolTip(
@@ -71,6 +75,7 @@ void GroupView::contextMenuEvent(QContextMenuEvent *event)
     m_menuGroup = m_model->uidAt(index);
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(m_editGroupAction);
     menu->addAction(m_highlightAction);
     menu->popup(event->globalPos());
 }

@@ -25,17 +25,21 @@ public:
 
     // "Highlight as Chase": runs a chase through the group under the context menu.
     QAction *highlightAction() const { return m_highlightAction; }
+    QAction *editGroupAction() const { return m_editGroupAction; }
 
 signals:
     void setDirty(bool dirty);
     void updatedSelection();
     void highlightGroupRequested(quint64 uid);
+    // "Edit Group...": the Group Editor on the group under the context menu.
+    void editGroupRequested(quint64 uid);
 
 protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
     GroupTreeModel *m_model;
+    QAction *m_editGroupAction = nullptr;
     QAction *m_highlightAction = nullptr;
     quint64 m_menuGroup = 0;
 };

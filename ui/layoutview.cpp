@@ -572,17 +572,23 @@ void LayoutView::handleCreateGroupFromSelection()
     auto group = std::make_unique<Group>();
     const quint64 uid = m_model->newUid();
     group->setUid(uid);
-    group->setType(1);
+    group->setType(Group::SelectionType);
     group->setName(QStringLiteral("New Group"));
     if (!m_model->addGroup(std::move(group)))
         return;
     for (const quint64 light : chosen)
         m_model->addLightToGroup(uid, light);
-    GroupEditorDialog editor(*m_model->group(uid), this);
+    GroupEditorDialog editor(*m_model, GroupState::of(*m_model->group(uid)),
+                             [this] { return selection(); }, this);
     const bool accepted = m_prompts ? m_prompts->runDialog(editor) == QDialog::Accepted
                                     : editor.exec() == QDialog::Accepted;
-    if (!accepted)
+    if (!accepted) {
         m_model->removeGroup(uid);
+    } else {
+        applyGroupState(*m_model, editor.state());
+        // Undo takes the whole group away again.
+        emit addUndoActionList(new UndoActionList{GroupEditCommand::created(uid)});
+    }
     emit setDirty(true);
 }
 

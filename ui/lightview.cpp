@@ -39,6 +39,13 @@ LightView::LightView(MapModel &model, QWidget *parent)
             &LightView::updatedSelection);
     connect(m_model, &QAbstractItemModel::modelReset, this, &LightView::updatedSelection);
 
+    m_editLightsAction = new QAction(QStringLiteral("Edit Light(s)..."), this);
+    m_editLightsAction->setObjectName(QStringLiteral("m_editLightsAction"));
+    connect(m_editLightsAction, &QAction::triggered, this, [this] {
+        const QList<quint64> lights = selectedLightUids();
+        if (!lights.isEmpty())
+            emit editLightsRequested(lights);
+    });
     m_editInterfaceAction = new QAction(QStringLiteral("Edit Interface..."), this);
     m_editInterfaceAction->setObjectName(QStringLiteral("m_editInterfaceAction"));
     m_editInterfaceAction->setEnabled(false);
@@ -78,13 +85,21 @@ void LightView::contextMenuEvent(QContextMenuEvent *event)
 {
     // The scroll area hands the event on in viewport coordinates.
     const QModelIndex index = indexAt(event->pos());
-    if (!isSupplyRow(index))
+    if (!index.isValid())
         return;
-    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
-                                                 QItemSelectionModel::Rows);
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->addAction(m_editInterfaceAction);
+    if (isSupplyRow(index)) {
+        selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                     QItemSelectionModel::Rows);
+        menu->addAction(m_editInterfaceAction);
+    } else {
+        // A right-click outside the selection edits the light under the pointer alone.
+        if (!selectionModel()->isRowSelected(index.row(), index.parent()))
+            selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                         QItemSelectionModel::Rows);
+        menu->addAction(m_editLightsAction);
+    }
     menu->popup(event->globalPos());
 }
 

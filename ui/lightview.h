@@ -29,6 +29,7 @@ public:
 
     // "Edit Interface...": asks to edit the current supply row; enabled only on one.
     QAction *editInterfaceAction() const { return m_editInterfaceAction; }
+    QAction *editLightsAction() const { return m_editLightsAction; }
 
     QList<int> columnWidths() const;
     void setColumnWidths(const QList<int> &widths);
@@ -38,6 +39,8 @@ signals:
     void updatedSelection();
     // The user asked for the Interface Editor on a supply (double-click or context menu).
     void editDataSupplyRequested(quint64 uid);
+    // "Edit Light(s)..." on the selected lights' rows.
+    void editLightsRequested(const QList<quint64> &lightUids);
 
 protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
@@ -50,5 +53,6 @@ private:
     bool isSupplyRow(const QModelIndex &index) const;
 
     LightTreeModel *m_model;
+    QAction *m_editLightsAction = nullptr;
     QAction *m_editInterfaceAction = nullptr;
 };
