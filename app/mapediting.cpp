@@ -35,7 +35,7 @@ void MapEditing::editLights(const QList<quint64> &lightUids)
     }
     const auto applier = [this, lightUids](const LightEdit::Request &request)
         -> std::optional<QString> {
-        auto planned = LightEdit::plan(m_model, lightUids, request, m_dictionary);
+        auto planned = LightEdit::plan(m_model, lightUids, request, m_dictionary, m_mapper);
         if (auto *problem = std::get_if<LightEdit::Problem>(&planned))
             return problem->text;
         auto command = std::move(std::get<std::unique_ptr<EditLightsCommand>>(planned));

@@ -167,12 +167,19 @@ Summary summarise(const MapModel &model, const QList<quint64> &lightUids,
         row.current = values.summary();
         summary.rows.append(row);
     }
+    // What the user may change first, then what is only shown; each by its display name.
+    std::stable_sort(summary.rows.begin(), summary.rows.end(),
+                     [](const PropertyRow &a, const PropertyRow &b) {
+                         if (a.editable != b.editable)
+                             return a.editable;
+                         return a.displayName.compare(b.displayName, Qt::CaseInsensitive) < 0;
+                     });
     return summary;
 }
 
 std::variant<std::unique_ptr<EditLightsCommand>, Problem>
 plan(const MapModel &model, const QList<quint64> &lightUids, const Request &request,
-     const DeviceDictionary &dictionary)
+     const DeviceDictionary &dictionary, const PropertyMapper &mapper)
 {
     QList<const Light *> lights;
     lights.reserve(lightUids.size());
@@ -194,6 +201,22 @@ plan(const MapModel &model, const QList<quint64> &lightUids, const Request &requ
         return Problem{QStringLiteral("DMX address %1 does not exist: DMX addresses run from 1 "
                                       "to 512.")
                            .arg(request.dmxAddress)};
+
+    // Values must be ones the property map allows.
+    for (auto it = request.properties.cbegin(); it != request.properties.cend(); ++it) {
+        const auto property = mapper.property(it.key());
+        if (!property || property->values().isEmpty())
+            continue;
+        bool ok = false;
+        const qint64 value = it.value().toLongLong(&ok);
+        const PropertyValues &allowed = property->values();
+        const bool fits = ok
+            && (allowed.hasOptions() ? allowed.optionText(value).has_value()
+                                     : allowed.inBounds(value));
+        if (!fits)
+            return Problem{QStringLiteral("%1 is not a value of %2.")
+                               .arg(it.value(), mapper.displayName(it.key()))};
+    }
 
     TypeCache types(dictionary);
     QVector<LightFieldValues> values;
@@ -228,6 +251,11 @@ plan(const MapModel &model, const QList<quint64> &lightUids, const Request &requ
             }
         }
         for (auto it = request.properties.cbegin(); it != request.properties.cend(); ++it) {
+            const auto entry = FixtureTypes::memoryMapEntryOfLight(
+                dictionary, light.serialNumber(), after, it.key());
+            if (entry && (!entry->userConfigurable() || entry->readOnly()))
+                return Problem{QStringLiteral("%1 of \"%2\" is read only.")
+                                   .arg(mapper.displayName(it.key()), light.name())};
             edit.properties.insert(it.key(), it.value());
             after.insert(it.key(), it.value());
         }

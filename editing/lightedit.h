@@ -82,7 +82,7 @@ struct Problem
 // numbered and addressed in the order given.
 std::variant<std::unique_ptr<EditLightsCommand>, Problem>
 plan(const MapModel &model, const QList<quint64> &lightUids, const Request &request,
-     const DeviceDictionary &dictionary);
+     const DeviceDictionary &dictionary, const PropertyMapper &mapper);
 
 // The name rule for several lights given one name.
 QString numberedName(const QString &stem, int index, int count);

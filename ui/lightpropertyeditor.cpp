@@ -74,6 +74,7 @@ void LightPropertyEditor::build()
 
     auto *area = new QScrollArea(this);
     area->setWidgetResizable(true);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setFrameShape(QFrame::NoFrame);
     auto *inner = new QWidget(area);
     m_grid = new QGridLayout(inner);
@@ -100,12 +101,14 @@ void LightPropertyEditor::build()
     dmxLayout->setContentsMargins(0, 0, 0, 0);
     m_dmxAddressSpinBox = noChangeSpinBox(1, 512, dmxBox);
     m_dmxAddressSpinBox->setObjectName(QStringLiteral("m_dmxAddressSpinBox"));
+    m_dmxAddressSpinBox->setMinimumWidth(m_dmxAddressSpinBox->fontMetrics().horizontalAdvance(kNoChange) + 48);
     dmxLayout->addWidget(m_dmxAddressSpinBox);
-    m_consecutiveCheckBox = new QCheckBox(QStringLiteral("Number consecutively from here"), dmxBox);
+    m_consecutiveCheckBox = new QCheckBox(QStringLiteral("Consecutive"), dmxBox);
     m_consecutiveCheckBox->setObjectName(QStringLiteral("m_consecutiveCheckBox"));
     m_consecutiveCheckBox->setToolTip(
-        QStringLiteral("Each light starts after the channels of the light before it, in the "
-                       "order they were selected. Unticked, every light gets this address."));
+        QStringLiteral("Number consecutively from this address: each light starts after the "
+                       "channels of the light before it, in the order they were selected. "
+                       "Unticked, every light gets this address."));
     m_consecutiveCheckBox->setChecked(true);
     m_consecutiveCheckBox->setVisible(many);
     dmxLayout->addWidget(m_consecutiveCheckBox);
@@ -194,7 +197,7 @@ void LightPropertyEditor::build()
     connect(m_buttons->button(QDialogButtonBox::Reset), &QPushButton::clicked, this,
             &LightPropertyEditor::reset);
     outer->addWidget(m_buttons);
-    resize(560, std::min(640, 260 + 34 * m_row));
+    resize(680, std::min(680, 260 + 34 * m_row));
 }
 
 void LightPropertyEditor::addRow(const QString &label, const QString &tip, const QString &key,
@@ -214,7 +217,8 @@ QLabel *LightPropertyEditor::makeCurrentLabel(const QString &key)
 {
     auto *label = new QLabel(this);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    label->setMinimumWidth(120);
+    label->setMinimumWidth(160);
+    label->setWordWrap(true);
     m_currentLabels.insert(key, label);
     return label;
 }
@@ -227,8 +231,11 @@ void LightPropertyEditor::refresh()
         m_headerLabel->setText(QStringLiteral("%1 lights").arg(m_summary.lightCount));
     const auto show = [this](const QString &key, const LightEdit::FieldSummary &field) {
         if (QLabel *label = m_currentLabels.value(key)) {
-            label->setText(field.text());
-            label->setEnabled(!field.various);
+            // An empty value is one the lights do not hold (not read from the device yet).
+            const bool unknown = !field.various && field.value.isEmpty();
+            label->setText(unknown ? QStringLiteral("—") : field.text());
+            label->setToolTip(unknown ? QStringLiteral("Not in the map") : QString());
+            label->setEnabled(!field.various && !unknown);
         }
     };
     show(kNameField, m_summary.name);
