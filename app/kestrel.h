@@ -16,6 +16,7 @@ class DeviceView;
 class Simulator;
 class LayoutPane;
 class LightCreation;
+class MapPrinting;
 class LivePlayer;
 class GroupView;
 class LightView;
@@ -55,6 +56,7 @@ public:
     LivePlayer &livePlayer() const { return *m_livePlayer; }
     LayoutPane &layoutPane() const { return *m_layoutPane; }
     LightCreation &lightCreation() const { return *m_lightCreation; }
+    MapPrinting &mapPrinting() const { return *m_mapPrinting; }
     // The demonstration's guide once startDemonstration() ran, else null.
     DemoGuide *demoGuide() const { return m_demoGuide; }
     // Shows a new user what to try with the simulated installation running in the program.
@@ -78,7 +80,6 @@ public slots:
     void handleOpenMapAction();
     void handleSaveMapAction();
     void handleSaveMapAsAction();
-    void handlePrintAction();
     void handleExitAction();
     void handleUndoAction();
     void handleRedoAction();
@@ -147,6 +148,7 @@ private:
     LivePlayer *m_livePlayer = nullptr;
     LayoutPane *m_layoutPane = nullptr;
     LightCreation *m_lightCreation = nullptr;
+    MapPrinting *m_mapPrinting = nullptr;
     DemoGuide *m_demoGuide = nullptr;
     CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;

@@ -724,8 +724,7 @@ void tst_Kestrel::backgroundImageMakesTheMapDirty()
 void tst_Kestrel::unfinishedFeaturesSaySo_data()
 {
     QTest::addColumn<QString>("action");
-    for (const char *name : {"printAction",
-                             "addGroupAction"})
+    for (const char *name : {"addGroupAction"})
         QTest::newRow(name) << name;
 }
 
