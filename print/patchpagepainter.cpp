@@ -99,7 +99,7 @@ void PatchPagePainter::paint(QPainter &painter, const PatchPagination::Page &pag
             paintSupplyHeading(painter, block.supply, y);
             break;
         case PatchPagination::Block::PortHeading:
-            paintPortHeading(painter, block, y);
+            paintPortHeading(painter, block, y, &block == &page.constFirst());
             break;
         case PatchPagination::Block::TableHeader:
             paintTableHeader(painter, y);
@@ -157,21 +157,21 @@ void PatchPagePainter::paintSupplyHeading(QPainter &painter, int index, double y
 }
 
 void PatchPagePainter::paintPortHeading(QPainter &painter, const PatchPagination::Block &block,
-                                        double y) const
+                                        double y, bool opensPage) const
 {
     const PatchSupply &supply = m_list.supplies.at(block.supply);
     const PatchPort &port = supply.ports.at(block.port);
-    QString text;
+    QString text = QStringLiteral("Port %1").arg(port.port);
     if (block.continued) {
-        // A page that starts inside a table says whose table it is.
+        text += QStringLiteral(" (continued)");
+    } else if (const int count = port.lights.size(); count > 0) {
+        text += count == 1 ? QStringLiteral(" – 1 light") : QStringLiteral(" – %1 lights").arg(count);
+    }
+    // A page that starts with a port says whose port it is.
+    if (opensPage) {
         const QString owner = supply.isSupply ? PatchText::singleLine(supply.name)
                                               : QStringLiteral("Lights without an interface");
-        text = QStringLiteral("%1 – Port %2 (continued)").arg(owner).arg(port.port);
-    } else {
-        const int count = port.lights.size();
-        text = QStringLiteral("Port %1").arg(port.port);
-        if (count > 0)
-            text += count == 1 ? QStringLiteral(" – 1 light") : QStringLiteral(" – %1 lights").arg(count);
+        text = owner + QStringLiteral(" – ") + text;
     }
     const QFontMetricsF strong = m_style.metrics(m_style.strong);
     painter.setFont(m_style.strong);

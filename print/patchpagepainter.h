@@ -27,7 +27,8 @@ private:
     enum Column { Name, Serial, Port, Dmx, Channels, Check, ColumnCount };
 
     void paintSupplyHeading(QPainter &painter, int supply, double y) const;
-    void paintPortHeading(QPainter &painter, const PatchPagination::Block &block, double y) const;
+    void paintPortHeading(QPainter &painter, const PatchPagination::Block &block, double y,
+                          bool opensPage) const;
     void paintTableHeader(QPainter &painter, double y) const;
     void paintRows(QPainter &painter, const PatchPagination::Block &block, double y) const;
     void paintEmptyPort(QPainter &painter, const PatchPagination::Block &block, double y) const;
