@@ -30,12 +30,8 @@ const QString kCsvFilter = QStringLiteral("CSV Files (*.csv)");
 MapPrinting::MapPrinting(const MapModel &model, const KestrelUi &ui, UserPrompts &prompts,
                          const KestrelSettings &settings, std::function<QString()> mapPath,
                          QWidget *window)
-    : QObject(window),
-      m_model(model),
-      m_prompts(prompts),
-      m_settings(settings),
-      m_mapPath(std::move(mapPath)),
-      m_window(window)
+    : QObject(window), m_model(model), m_prompts(prompts), m_settings(settings),
+      m_mapPath(std::move(mapPath)), m_window(window)
 {
     connect(ui.printAction, &QAction::triggered, this, &MapPrinting::handlePrintAction);
     connect(ui.exportPatchListAction, &QAction::triggered, this,
@@ -73,10 +69,11 @@ void MapPrinting::handlePrintAction()
 void MapPrinting::handleExportPatchListAction()
 {
     const QString mapPath = m_mapPath();
-    const QString folder = mapPath.isEmpty() ? m_settings.mapPath : QFileInfo(mapPath).absolutePath();
-    const QString base = mapPath.isEmpty() ? QStringLiteral("patch-list")
-                                           : QFileInfo(mapPath).completeBaseName()
-                                                 + QStringLiteral("-patch");
+    const QString folder =
+        mapPath.isEmpty() ? m_settings.mapPath : QFileInfo(mapPath).absolutePath();
+    const QString base = mapPath.isEmpty()
+                             ? QStringLiteral("patch-list")
+                             : QFileInfo(mapPath).completeBaseName() + QStringLiteral("-patch");
     QFileDialog dialog(m_window, QStringLiteral("Export Patch List"), folder,
                        kPdfFilter + QStringLiteral(";;") + kCsvFilter);
     dialog.setObjectName(QStringLiteral("m_exportPatchListDialog"));
@@ -85,7 +82,8 @@ void MapPrinting::handleExportPatchListAction()
     // A name typed without a suffix gets the one of the chosen file type.
     dialog.setDefaultSuffix(QStringLiteral("pdf"));
     connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog](const QString &filter) {
-        dialog.setDefaultSuffix(filter == kCsvFilter ? QStringLiteral("csv") : QStringLiteral("pdf"));
+        dialog.setDefaultSuffix(filter == kCsvFilter ? QStringLiteral("csv")
+                                                     : QStringLiteral("pdf"));
     });
     dialog.selectFile(QDir(folder).filePath(base + QStringLiteral(".pdf")));
     if (m_prompts.runDialog(dialog) != QDialog::Accepted)
@@ -95,8 +93,9 @@ void MapPrinting::handleExportPatchListAction()
         return;
     // The suffix decides; a name with another suffix is written as the chosen type.
     const QString suffix = QFileInfo(path).suffix().toLower();
-    const bool asCsv = suffix == QLatin1String("csv")
-                       || (suffix != QLatin1String("pdf") && dialog.selectedNameFilter() == kCsvFilter);
+    const bool asCsv =
+        suffix == QLatin1String("csv") ||
+        (suffix != QLatin1String("pdf") && dialog.selectedNameFilter() == kCsvFilter);
 
     QString error;
     if (!writePatchList(path, asCsv, &error)) {
@@ -117,9 +116,8 @@ bool MapPrinting::writePatchList(const QString &path, bool asCsv, QString *error
         return PdfExport::write(m_model, title(), m_clock(), path, error) > 0;
     }
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)
-        || file.write(PatchListFormats::toCsv(PatchList::fromModel(m_model))) < 0
-        || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) ||
+        file.write(PatchListFormats::toCsv(PatchList::fromModel(m_model))) < 0 || !file.commit()) {
         *error = file.errorString();
         return false;
     }

@@ -21,8 +21,7 @@ public:
     // Connects the two actions of ui. mapPath: the current map's file, for the pages' title
     // and the export's file name.
     MapPrinting(const MapModel &model, const KestrelUi &ui, UserPrompts &prompts,
-                const KestrelSettings &settings, std::function<QString()> mapPath,
-                QWidget *window);
+                const KestrelSettings &settings, std::function<QString()> mapPath, QWidget *window);
 
     // The title the pages carry: the map's file name, or "Untitled map".
     QString title() const;

@@ -37,9 +37,8 @@ MapModel &installation()
 bool writeCsv(const MapModel &model, const QString &path)
 {
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly)
-           && file.write(PatchListFormats::toCsv(PatchList::fromModel(model))) >= 0
-           && file.commit();
+    return file.open(QIODevice::WriteOnly) &&
+           file.write(PatchListFormats::toCsv(PatchList::fromModel(model))) >= 0 && file.commit();
 }
 
 void BM_BuildPatchList(benchmark::State &state)
@@ -92,11 +91,11 @@ int main(int argc, char **argv)
         const QDir dir(QString::fromLocal8Bit(argv[2]));
         MapModel &model = installation();
         QString error;
-        const bool ok = model.saveToFile(dir.filePath(QStringLiteral("installation.map")))
-                        && writeCsv(model, dir.filePath(QStringLiteral("installation.csv")))
-                        && PdfExport::write(model, QStringLiteral("installation.map"),
-                                            QDateTime::currentDateTime(),
-                                            dir.filePath(QStringLiteral("installation.pdf")), &error);
+        const bool ok = model.saveToFile(dir.filePath(QStringLiteral("installation.map"))) &&
+                        writeCsv(model, dir.filePath(QStringLiteral("installation.csv"))) &&
+                        PdfExport::write(model, QStringLiteral("installation.map"),
+                                         QDateTime::currentDateTime(),
+                                         dir.filePath(QStringLiteral("installation.pdf")), &error);
         std::printf("%s\n", ok ? "written" : qPrintable(QStringLiteral("failed: ") + error));
         return ok ? 0 : 1;
     }

@@ -163,14 +163,9 @@ class Labeller
 public:
     Labeller(QPainter &painter, const PrintStyle &style, const QRectF &frame,
              const QVector<PlacedLight> &lights, const QVector<QRectF> &squares)
-        : m_painter(painter),
-          m_metrics(style.metrics(style.label)),
-          m_frame(frame),
-          m_lights(lights),
-          m_squares(squares),
-          m_pad(style.pt(1)),
-          m_occupied(m_metrics.height() * 2),
-          m_labelled(lights.size(), false)
+        : m_painter(painter), m_metrics(style.metrics(style.label)), m_frame(frame),
+          m_lights(lights), m_squares(squares), m_pad(style.pt(1)),
+          m_occupied(m_metrics.height() * 2), m_labelled(lights.size(), false)
     {
         for (const QRectF &square : squares)
             m_occupied.add(square.adjusted(-m_pad / 2, -m_pad / 2, m_pad / 2, m_pad / 2));
@@ -296,8 +291,8 @@ QRectF bounds(const MapModel &model, const PatchList &list)
     return covered;
 }
 
-void draw(QPainter &painter, const PrintStyle &style, const MapModel &model,
-          const PatchList &list, const QRectF &area)
+void draw(QPainter &painter, const PrintStyle &style, const MapModel &model, const PatchList &list,
+          const QRectF &area)
 {
     QVector<PlacedLight> lights;
     QVector<Run> runs;
@@ -312,8 +307,8 @@ void draw(QPainter &painter, const PrintStyle &style, const MapModel &model,
                 if (!light)
                     continue;
                 const QPointF position(light->x(), light->y());
-                lights.append({position, PatchText::singleLine(entry.name),
-                               supply.isSupply ? s : -1});
+                lights.append(
+                    {position, PatchText::singleLine(entry.name), supply.isSupply ? s : -1});
                 ++run.count;
                 run.addressed += entry.hasAddress() ? 1 : 0;
                 const QRectF square(position.x() - kLightSide / 2, position.y() - kLightSide / 2,
@@ -343,16 +338,15 @@ void draw(QPainter &painter, const PrintStyle &style, const MapModel &model,
     double endLabel = 0;
     for (const Run &run : qAsConst(runs)) {
         endLabel = std::max(endLabel, labels.horizontalAdvance(lights.at(run.first).name));
-        endLabel = std::max(endLabel,
-                            labels.horizontalAdvance(
-                                lights.at(run.first + std::max(run.addressed, 1) - 1).name));
+        endLabel = std::max(
+            endLabel,
+            labels.horizontalAdvance(lights.at(run.first + std::max(run.addressed, 1) - 1).name));
     }
     const double side = std::min(endLabel + style.pt(4), frame.width() * 0.15) + style.pt(6);
     const double top = labels.height() * 2 + style.pt(6);
     const QRectF drawing = frame.adjusted(side, top, -side, -top);
     const double scale = std::min({drawing.width() / bounds.width(),
-                                   drawing.height() / bounds.height(),
-                                   style.pt(14) / kLightSide});
+                                   drawing.height() / bounds.height(), style.pt(14) / kLightSide});
     const QPointF offset(drawing.center().x() - bounds.center().x() * scale,
                          drawing.center().y() - bounds.center().y() * scale);
     const double lightSide = std::max(kLightSide * scale, style.pt(1.2));

@@ -15,7 +15,7 @@ namespace LayoutDrawing {
 // The canvas rectangle the lights of the list cover (empty when there are none).
 QRectF bounds(const MapModel &model, const PatchList &list);
 
-void draw(QPainter &painter, const PrintStyle &style, const MapModel &model,
-          const PatchList &list, const QRectF &area);
+void draw(QPainter &painter, const PrintStyle &style, const MapModel &model, const PatchList &list,
+          const QRectF &area);
 
 } // namespace LayoutDrawing

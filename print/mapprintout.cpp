@@ -13,14 +13,14 @@ namespace {
 
 QString countText(int count, const char *one, const char *many)
 {
-    return count == 1 ? QLatin1String(one) : QStringLiteral("%1 %2").arg(count).arg(QLatin1String(many));
+    return count == 1 ? QLatin1String(one)
+                      : QStringLiteral("%1 %2").arg(count).arg(QLatin1String(many));
 }
 
 } // namespace
 
 MapPrintout::MapPrintout(const MapModel &model, const QString &title, const QDateTime &printedAt)
-    : m_model(model),
-      m_title(title.isEmpty() ? QStringLiteral("Untitled map") : title),
+    : m_model(model), m_title(title.isEmpty() ? QStringLiteral("Untitled map") : title),
       // Year first: read the same way in every country a crew comes from.
       m_date(printedAt.toString(QStringLiteral("yyyy-MM-dd HH:mm"))),
       m_list(PatchList::fromModel(model))
@@ -70,7 +70,8 @@ int MapPrintout::paint(QPagedPaintDevice &device, int fromPage, int toPage) cons
         const double ruleY = small.lineSpacing() + style.pt(3);
         painter.drawLine(QPointF(0, ruleY), QPointF(page.width(), ruleY));
         painter.setPen(style.muted);
-        const QRectF bottom(0, page.bottom() - small.lineSpacing(), page.width(), small.lineSpacing());
+        const QRectF bottom(0, page.bottom() - small.lineSpacing(), page.width(),
+                            small.lineSpacing());
         painter.drawText(bottom, Qt::AlignLeft | Qt::AlignBottom,
                          small.elidedText(m_title, Qt::ElideMiddle, widthLeft));
         painter.drawText(bottom, Qt::AlignRight | Qt::AlignBottom,

@@ -50,7 +50,8 @@ PatchPagePainter::PatchPagePainter(const PatchList &list, const PrintStyle &styl
     for (const PatchSupply &supply : list.supplies)
         for (const PatchPort &port : supply.ports)
             for (const PatchLight &light : port.lights)
-                if (const QString text = checkText(light); !text.isEmpty() && !checks.contains(text))
+                if (const QString text = checkText(light);
+                    !text.isEmpty() && !checks.contains(text))
                     checks << text;
     m_columnWidth[Check] = 0;
     if (!checks.isEmpty()) {
@@ -122,7 +123,8 @@ void PatchPagePainter::paintSupplyHeading(QPainter &painter, int index, double y
     y += m_style.pt(6);
     const double swatch = heading.ascent() * 0.8;
     painter.setPen(QPen(m_style.ink, m_style.pt(0.3)));
-    painter.setBrush(supply.isSupply ? PrintStyle::supplyColour(index) : PrintStyle::noSupplyColour());
+    painter.setBrush(supply.isSupply ? PrintStyle::supplyColour(index)
+                                     : PrintStyle::noSupplyColour());
     painter.drawRect(QRectF(0, y + heading.ascent() - swatch, swatch, swatch));
     const double textLeft = swatch + m_style.pt(5);
 
@@ -150,10 +152,11 @@ void PatchPagePainter::paintSupplyHeading(QPainter &painter, int index, double y
     facts << (lights == 1 ? QStringLiteral("1 light") : QStringLiteral("%1 lights").arg(lights));
     painter.setFont(m_style.body);
     painter.setPen(m_style.muted);
-    const QRectF factsRect(textLeft, y + heading.lineSpacing(), m_width - textLeft, body.lineSpacing());
-    painter.drawText(factsRect, Qt::AlignLeft | Qt::AlignTop,
-                     body.elidedText(facts.join(QStringLiteral("   ·   ")), Qt::ElideRight,
-                                     factsRect.width()));
+    const QRectF factsRect(textLeft, y + heading.lineSpacing(), m_width - textLeft,
+                           body.lineSpacing());
+    painter.drawText(
+        factsRect, Qt::AlignLeft | Qt::AlignTop,
+        body.elidedText(facts.join(QStringLiteral("   ·   ")), Qt::ElideRight, factsRect.width()));
 }
 
 void PatchPagePainter::paintPortHeading(QPainter &painter, const PatchPagination::Block &block,
@@ -165,7 +168,8 @@ void PatchPagePainter::paintPortHeading(QPainter &painter, const PatchPagination
     if (block.continued) {
         text += QStringLiteral(" (continued)");
     } else if (const int count = port.lights.size(); count > 0) {
-        text += count == 1 ? QStringLiteral(" – 1 light") : QStringLiteral(" – %1 lights").arg(count);
+        text +=
+            count == 1 ? QStringLiteral(" – 1 light") : QStringLiteral(" – %1 lights").arg(count);
     }
     // A page that starts with a port says whose port it is.
     if (opensPage) {
@@ -190,7 +194,7 @@ void PatchPagePainter::paintTableHeader(QPainter &painter, double y) const
     for (int c = 0; c < ColumnCount; ++c) {
         if (m_columnWidth[c] <= 0)
             continue;
-        const Qt::Alignment align = c == Port ? Qt::AlignHCenter
+        const Qt::Alignment align = c == Port       ? Qt::AlignHCenter
                                     : c == Channels ? Qt::AlignRight
                                                     : Qt::AlignLeft;
         painter.drawText(cell(Column(c), y, m_rowHeight), align | Qt::AlignVCenter,

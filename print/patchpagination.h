@@ -23,12 +23,12 @@ struct Block
 {
     enum Kind { SupplyHeading, PortHeading, TableHeader, Rows, EmptyPort };
     Kind kind = Rows;
-    int supply = 0;     // index into PatchList::supplies
-    int port = 0;       // index into that supply's ports (-1: the supply has none)
-    int firstRow = 0;   // Rows: the first light of the port on this page
-    int rowCount = 0;   // Rows: how many
+    int supply = 0;         // index into PatchList::supplies
+    int port = 0;           // index into that supply's ports (-1: the supply has none)
+    int firstRow = 0;       // Rows: the first light of the port on this page
+    int rowCount = 0;       // Rows: how many
     bool continued = false; // PortHeading: the port's table carries on from the page before
-    double y = 0;       // top of the block on its page
+    double y = 0;           // top of the block on its page
 };
 
 using Page = QVector<Block>;

@@ -18,13 +18,8 @@ QFont font(double points, bool bold = false)
 } // namespace
 
 PrintStyle::PrintStyle(const QPaintDevice &device)
-    : title(font(16, true)),
-      heading(font(11.5, true)),
-      strong(font(9, true)),
-      body(font(9)),
-      small(font(7.5)),
-      label(font(4.5)),
-      m_device(&device),
+    : title(font(16, true)), heading(font(11.5, true)), strong(font(9, true)), body(font(9)),
+      small(font(7.5)), label(font(4.5)), m_device(&device),
       m_unitsPerPoint(device.logicalDpiY() / 72.0)
 {
 }

@@ -21,7 +21,8 @@ PatchLight patchLight(const Light &light, bool usesLedProfiles)
     entry.uid = light.uid();
     entry.name = light.name();
     entry.serial = light.serialNumber();
-    entry.dmxAddress = DmxAddress::addressFromText(light.deviceProperty(QStringLiteral("DMX_OFFSET")));
+    entry.dmxAddress =
+        DmxAddress::addressFromText(light.deviceProperty(QStringLiteral("DMX_OFFSET")));
     // The slots the frame writer gives the light, so the plan matches what is sent.
     entry.channels = SupplyFrameTable::formatFor(light, usesLedProfiles).footprint();
     return entry;
@@ -181,8 +182,8 @@ QString singleLine(const QString &text)
 {
     QString line = text;
     for (QChar &c : line) {
-        if (c.category() == QChar::Other_Control || c == QChar::LineSeparator
-            || c == QChar::ParagraphSeparator)
+        if (c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
+            c == QChar::ParagraphSeparator)
             c = QLatin1Char(' ');
     }
     return line;

@@ -42,7 +42,7 @@ struct PatchSupply
     bool isSupply = true;
     quint64 uid = 0;
     QString name;
-    QString ip;       // empty when the supply has no address
+    QString ip; // empty when the supply has no address
     quint64 serial = 0;
     // Every port the supply has (empty ones too), then any further port its lights name.
     QVector<PatchPort> ports;

@@ -61,8 +61,8 @@ namespace PatchListFormats {
 
 QString csvField(const QString &text)
 {
-    const bool quote = text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"'))
-                       || text.contains(QLatin1Char('\n')) || text.contains(QLatin1Char('\r'));
+    const bool quote = text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"')) ||
+                       text.contains(QLatin1Char('\n')) || text.contains(QLatin1Char('\r'));
     if (!quote)
         return text;
     QString quoted = text;
@@ -78,9 +78,9 @@ QByteArray toCsv(const PatchList &list)
                            "Channels,Uid\n");
     for (const PatchSupply &supply : list.supplies) {
         // The supply's three fields are the same on each of its rows.
-        const QString supplyFields = csvField(supply.name) + QLatin1Char(',')
-                                     + PatchText::serial(supply.serial) + QLatin1Char(',')
-                                     + supply.ip + QLatin1Char(',');
+        const QString supplyFields = csvField(supply.name) + QLatin1Char(',') +
+                                     PatchText::serial(supply.serial) + QLatin1Char(',') +
+                                     supply.ip + QLatin1Char(',');
         for (const PatchPort &port : supply.ports) {
             const QString portField = QString::number(port.port) + QLatin1Char(',');
             for (const PatchLight &light : port.lights) {
@@ -153,8 +153,7 @@ QString toText(const PatchList &list)
     QTextStream stream(&text);
     const auto interfaces = std::count_if(list.supplies.cbegin(), list.supplies.cend(),
                                           [](const PatchSupply &s) { return s.isSupply; });
-    stream << "Patch list: " << interfaces << " interfaces, "
-           << list.lightCount << " lights\n";
+    stream << "Patch list: " << interfaces << " interfaces, " << list.lightCount << " lights\n";
     for (const PatchSupply &supply : list.supplies) {
         stream << "\n" << supplyHeading(supply) << "\n";
         for (const PatchPort &port : supply.ports) {
@@ -168,13 +167,11 @@ QString toText(const PatchList &list)
                    << QStringLiteral("Ch").rightJustified(3) << "  "
                    << QStringLiteral("Name").leftJustified(nameWidth) << "  Serial\n";
             for (const PatchLight &light : port.lights) {
-                QString line = QStringLiteral("    ")
-                               + PatchText::dmxRange(light).leftJustified(9) + QLatin1Char(' ')
-                               + QString::number(light.channels).rightJustified(3)
-                               + QStringLiteral("  ")
-                               + fitted(PatchText::singleLine(light.name), nameWidth)
-                               + QStringLiteral("  ")
-                               + PatchText::serial(light.serial).leftJustified(12);
+                QString line =
+                    QStringLiteral("    ") + PatchText::dmxRange(light).leftJustified(9) +
+                    QLatin1Char(' ') + QString::number(light.channels).rightJustified(3) +
+                    QStringLiteral("  ") + fitted(PatchText::singleLine(light.name), nameWidth) +
+                    QStringLiteral("  ") + PatchText::serial(light.serial).leftJustified(12);
                 const QString note = noteFor(light);
                 if (!note.isEmpty())
                     line += QStringLiteral("  ! ") + note;

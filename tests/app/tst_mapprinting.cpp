@@ -85,11 +85,16 @@ void tst_MapPrinting::exportWritesTheChosenType_data()
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("written");
     QTest::addColumn<bool>("csv");
-    QTest::newRow("PDF by default suffix") << kPdf << "plan" << "plan.pdf" << false;
-    QTest::newRow("CSV by default suffix") << kCsv << "plan" << "plan.csv" << true;
-    QTest::newRow("the typed suffix wins") << kPdf << "plan.csv" << "plan.csv" << true;
-    QTest::newRow("the typed PDF suffix wins") << kCsv << "plan.PDF" << "plan.PDF" << false;
-    QTest::newRow("another suffix: the chosen type") << kCsv << "plan.txt" << "plan.txt" << true;
+    QTest::newRow("PDF by default suffix") << kPdf << "plan"
+                                           << "plan.pdf" << false;
+    QTest::newRow("CSV by default suffix") << kCsv << "plan"
+                                           << "plan.csv" << true;
+    QTest::newRow("the typed suffix wins") << kPdf << "plan.csv"
+                                           << "plan.csv" << true;
+    QTest::newRow("the typed PDF suffix wins") << kCsv << "plan.PDF"
+                                               << "plan.PDF" << false;
+    QTest::newRow("another suffix: the chosen type") << kCsv << "plan.txt"
+                                                     << "plan.txt" << true;
 }
 
 void tst_MapPrinting::exportWritesTheChosenType()

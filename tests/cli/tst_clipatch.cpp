@@ -56,16 +56,19 @@ void tst_CliPatch::jsonFollowsTheCsvOrder()
             for (const QJsonValue &l : port.value("lights").toArray()) {
                 const QJsonObject light = l.toObject();
                 fromJson << QStringLiteral("%1,%2,%3,%4,%5,%6,%7")
-                                .arg(supply.value("name").toString(), supply.value("serial").toString(),
+                                .arg(supply.value("name").toString(),
+                                     supply.value("serial").toString(),
                                      supply.value("ip").toString())
                                 .arg(port.value("port").toInt())
-                                .arg(light.value("name").toString(), light.value("serial").toString())
+                                .arg(light.value("name").toString(),
+                                     light.value("serial").toString())
                                 .arg(light.value("dmxAddress").toInt());
             }
         }
     }
     QStringList fromCsv;
-    const QList<QByteArray> rows = cli({"map", "patch", "--csv", kExample}).out.trimmed().split('\n');
+    const QList<QByteArray> rows =
+        cli({"map", "patch", "--csv", kExample}).out.trimmed().split('\n');
     for (int i = 1; i < rows.size(); ++i)
         fromCsv << QString::fromUtf8(rows.at(i)).section(QLatin1Char(','), 0, 6);
     QCOMPARE(fromJson.size(), 200);
@@ -120,10 +123,10 @@ void tst_CliPatch::failures_data()
     QTest::newRow("two maps") << QStringList{kExample, kExample} << 2 << "takes one MAP";
     QTest::newRow("two formats") << QStringList{kExample, "--csv", "--json"} << 2
                                  << "one of --csv, --json and --pdf";
-    QTest::newRow("--pdf without a file") << QStringList{kExample, "--pdf"} << 2
-                                          << "Missing value after '--pdf'";
-    QTest::newRow("unknown option") << QStringList{kExample, "--xlsx"} << 2
-                                    << "Unknown option 'xlsx'";
+    QTest::newRow("--pdf without a file")
+        << QStringList{kExample, "--pdf"} << 2 << "Missing value after '--pdf'";
+    QTest::newRow("unknown option")
+        << QStringList{kExample, "--xlsx"} << 2 << "Unknown option 'xlsx'";
 }
 
 void tst_CliPatch::failures()

@@ -77,8 +77,8 @@ void fillModel(MapModel &model, int supplies, int perSupply)
 int pdfPageCount(const QByteArray &pdf)
 {
     // Page objects are "/Type /Page"; the page tree is "/Type /Pages".
-    return pdf.count("/Type /Page\n") + pdf.count("/Type /Page ") + pdf.count("/Type /Page>")
-           + pdf.count("/Type /Page/");
+    return pdf.count("/Type /Page\n") + pdf.count("/Type /Page ") + pdf.count("/Type /Page>") +
+           pdf.count("/Type /Page/");
 }
 
 } // namespace
@@ -174,8 +174,8 @@ void tst_MapPrintout::pdfPages()
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("plan.pdf"));
     QString error;
-    QCOMPARE(PdfExport::write(model, QStringLiteral("plan.map"), QDateTime::currentDateTime(),
-                              path, &error),
+    QCOMPARE(PdfExport::write(model, QStringLiteral("plan.map"), QDateTime::currentDateTime(), path,
+                              &error),
              pages);
     QVERIFY(error.isEmpty());
     QFile file(path);

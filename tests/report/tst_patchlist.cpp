@@ -48,7 +48,8 @@ void build(MapModel &model, const QStringList &lights)
                 auto made = std::make_unique<DataSupply>(DataSupply::VistraIp);
                 made->setUid(model.newUid());
                 made->setName(f.at(0).section(QLatin1Char('#'), 0, 0));
-                made->setSerialNumber(f.at(0).section(QLatin1Char('#'), 1).toULongLong(nullptr, 16));
+                made->setSerialNumber(
+                    f.at(0).section(QLatin1Char('#'), 1).toULongLong(nullptr, 16));
                 made->setPortCount(2);
                 supply = made.get();
                 model.addDataSupply(std::move(made));
@@ -74,8 +75,8 @@ QStringList rendered(const PatchList &list)
             if (port.lights.isEmpty())
                 rows << prefix + QStringLiteral(":-");
             for (const PatchLight &light : port.lights) {
-                QString row = prefix + QLatin1Char(':') + PatchText::dmxRange(light)
-                              + QLatin1Char(':') + light.name;
+                QString row = prefix + QLatin1Char(':') + PatchText::dmxRange(light) +
+                              QLatin1Char(':') + light.name;
                 if (light.overlapsPrevious)
                     row += QStringLiteral("!overlaps");
                 if (light.runsPastUniverse())
@@ -96,7 +97,8 @@ QStringList parseCsvRecord(const QString &text, int &pos)
     for (; pos < text.size(); ++pos) {
         const QChar c = text.at(pos);
         if (quoted) {
-            if (c == QLatin1Char('"') && pos + 1 < text.size() && text.at(pos + 1) == QLatin1Char('"')) {
+            if (c == QLatin1Char('"') && pos + 1 < text.size() &&
+                text.at(pos + 1) == QLatin1Char('"')) {
                 field += c;
                 ++pos;
             } else if (c == QLatin1Char('"')) {
@@ -153,9 +155,10 @@ void tst_PatchList::orderAndNumbering_data()
         << QStringList{"|0|0|loose", "Zed|0|0|z"}
         << QStringList{"Zed:1:1-3:z", "Zed:2:-", "(none):1:1-3:loose"};
     QTest::newRow("supplies by name, numbers by value, then serial")
-        << QStringList{"PDS 10|0|0|ten", "PDS 2#5|0|0|two b", "PDS 2#1|0|0|two a", "pds 3|0|0|three"}
+        << QStringList{"PDS 10|0|0|ten", "PDS 2#5|0|0|two b", "PDS 2#1|0|0|two a",
+                       "pds 3|0|0|three"}
         << QStringList{"PDS 2:1:1-3:two a", "PDS 2:2:-", "PDS 2:1:1-3:two b", "PDS 2:2:-",
-                       "pds 3:1:1-3:three", "pds 3:2:-", "PDS 10:1:1-3:ten", "PDS 10:2:-"};
+                       "pds 3:1:1-3:three", "pds 3:2:-", "PDS 10:1:1-3:ten",  "PDS 10:2:-"};
 }
 
 void tst_PatchList::orderAndNumbering()

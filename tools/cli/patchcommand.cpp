@@ -18,8 +18,8 @@ namespace {
 
 QString usage()
 {
-    return QStringLiteral("Usage:\n") + mapPatchSynopsis() + QStringLiteral("\n\n")
-        + mapPatchHelp();
+    return QStringLiteral("Usage:\n") + mapPatchSynopsis() + QStringLiteral("\n\n") +
+           mapPatchHelp();
 }
 
 // Results go out as UTF-8 whatever the locale says, so names survive a pipe into a file.
