@@ -7,6 +7,7 @@
 #include "app/mapediting.h"
 #include "effects/selectioneffect.h"
 #include "app/liveplayer.h"
+#include "app/mapprinting.h"
 #include "model/undomanager.h"
 #include "ui/layoutview.h"
 #include "app/windowstate.h"
@@ -103,6 +104,10 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     m_lightCreation = new LightCreation(*m_model, m_ui, m_settings, *m_prompts,
                                         *m_layoutPane->undoManager(), this);
     connect(m_lightCreation, &LightCreation::setDirty, this, &Kestrel::setDirty);
+    // Print Map... and Export Patch List...
+    m_mapPrinting = new MapPrinting(*m_model, m_ui, *m_prompts, m_settings,
+                                    [this] { return m_currentMapPath; }, this);
+    connect(m_mapPrinting, &MapPrinting::statusMsg, this, &Kestrel::statusMsg);
     // A send that fails (no route to the installation, for one) says why, once per reason.
     connect(m_engine, &DiscoveryEngine::sendFailed, this,
             [this](const QString &message) { emit statusMsg(message, 0); });
@@ -171,7 +176,6 @@ void Kestrel::connectActions()
         {m_ui.openMapAction, &Kestrel::handleOpenMapAction},
         {m_ui.saveMapAction, &Kestrel::handleSaveMapAction},
         {m_ui.saveMapAsAction, &Kestrel::handleSaveMapAsAction},
-        {m_ui.printAction, &Kestrel::handlePrintAction},
         {m_ui.exitAction, &Kestrel::handleExitAction},
         {m_ui.undoAction, &Kestrel::handleUndoAction},
         {m_ui.redoAction, &Kestrel::handleRedoAction},
@@ -437,16 +441,6 @@ void Kestrel::updateTitle()
 void Kestrel::updateNodeCount()
 {
     m_ui.m_nodeCountLabel->setText(QStringLiteral(" Node Count : %1").arg(m_model->lightCount()));
-}
-
-void Kestrel::notAvailableYet(const QString &feature)
-{
-    emit statusMsg(feature + QStringLiteral(" is not available yet."), kStatusTimeoutMs);
-}
-
-void Kestrel::handlePrintAction()
-{
-    notAvailableYet(QStringLiteral("Printing the map"));
 }
 
 void Kestrel::handleExitAction()

@@ -17,6 +17,7 @@ class Simulator;
 class LayoutPane;
 class LightCreation;
 class MapEditing;
+class MapPrinting;
 class LivePlayer;
 class GroupView;
 class LightView;
@@ -57,6 +58,7 @@ public:
     LayoutPane &layoutPane() const { return *m_layoutPane; }
     LightCreation &lightCreation() const { return *m_lightCreation; }
     MapEditing &mapEditing() const { return *m_mapEditing; }
+    MapPrinting &mapPrinting() const { return *m_mapPrinting; }
     // The demonstration's guide once startDemonstration() ran, else null.
     DemoGuide *demoGuide() const { return m_demoGuide; }
     // Shows a new user what to try with the simulated installation running in the program.
@@ -80,7 +82,6 @@ public slots:
     void handleOpenMapAction();
     void handleSaveMapAction();
     void handleSaveMapAsAction();
-    void handlePrintAction();
     void handleExitAction();
     void handleUndoAction();
     void handleRedoAction();
@@ -128,7 +129,6 @@ private:
     void rebuildRecentMapsMenu();
     void updateTitle();
     void updateNodeCount();
-    void notAvailableYet(const QString &feature);
     // Shows a discovery dialog without blocking (reading must not freeze the window).
     void openDiscoveryDialog(QDialog *dialog);
     bool raiseDiscoveryDialog();
@@ -149,6 +149,7 @@ private:
     LayoutPane *m_layoutPane = nullptr;
     LightCreation *m_lightCreation = nullptr;
     MapEditing *m_mapEditing = nullptr;
+    MapPrinting *m_mapPrinting = nullptr;
     DemoGuide *m_demoGuide = nullptr;
     CommLibrary *m_comm = nullptr;
     QPointer<QDialog> m_discoveryDialog;

@@ -35,6 +35,7 @@ const ActionDefinition kActions[] = {
     {&KestrelUi::saveMapAction, "saveMapAction", "&Save Map", "Save Map", "Ctrl+S", "save_map.png", false},
     {&KestrelUi::saveMapAsAction, "saveMapAsAction", "Save Map As...", "Save Map As...", nullptr, nullptr, false},
     {&KestrelUi::printAction, "printAction", "&Print Map...", "Print Map...", "Ctrl+P", nullptr, false},
+    {&KestrelUi::exportPatchListAction, "exportPatchListAction", "&Export Patch List...", "Export Patch List...", nullptr, nullptr, false},
     {&KestrelUi::exitAction, "exitAction", "E&xit", "Exit", nullptr, nullptr, false},
     {&KestrelUi::undoAction, "undoAction", "Undo", nullptr, "Ctrl+Z", nullptr, false},
     {&KestrelUi::redoAction, "redoAction", "Redo", nullptr, "Ctrl+Y", nullptr, false},
@@ -169,7 +170,7 @@ void KestrelUi::createMenus(QMainWindow *window)
     m_fileMenu = menu("m_fileMenu", QStringLiteral("&File"));
     m_fileMenu->addActions({newMapAction, openMapAction, saveMapAction, saveMapAsAction});
     m_fileMenu->addSeparator();
-    m_fileMenu->addAction(printAction);
+    m_fileMenu->addActions({printAction, exportPatchListAction});
     m_fileMenu->addSeparator();
     m_recentMapsMenu = m_fileMenu->addMenu(QStringLiteral("&Recent Maps"));
     m_recentMapsMenu->setObjectName(QStringLiteral("m_recentMapsMenu"));

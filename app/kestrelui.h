@@ -37,6 +37,7 @@ struct KestrelUi final
     QAction *saveMapAction = nullptr;
     QAction *saveMapAsAction = nullptr;
     QAction *printAction = nullptr;
+    QAction *exportPatchListAction = nullptr;
     QAction *exitAction = nullptr;
     QAction *undoAction = nullptr;
     QAction *redoAction = nullptr;

@@ -82,8 +82,6 @@ private slots:
     void devicesTabFollowsTheMap();
     void savedMapCarriesDefinitionProperties();
     void backgroundImageMakesTheMapDirty();
-    void unfinishedFeaturesSaySo_data();
-    void unfinishedFeaturesSaySo();
     void aboutShowsTheVersion();
     void paneSelectionLightsTheFixtures_data();
     void paneSelectionLightsTheFixtures();
@@ -730,25 +728,6 @@ void tst_Kestrel::backgroundImageMakesTheMapDirty()
     QCOMPARE(m_prompts->asked.at(0).text, QStringLiteral("Image Files (*.png *.jpg *.bmp *.gif)"));
     QCOMPARE(m_window->model().imageFile(), image);
     QVERIFY(m_window->isDirty());
-}
-
-void tst_Kestrel::unfinishedFeaturesSaySo_data()
-{
-    QTest::addColumn<QString>("action");
-    for (const char *name : {"printAction"})
-        QTest::newRow(name) << name;
-}
-
-void tst_Kestrel::unfinishedFeaturesSaySo()
-{
-    QFETCH(QString, action);
-    QAction *found = m_window->findChild<QAction *>(action);
-    QVERIFY(found);
-    QVERIFY(found->isEnabled());
-    QVERIFY(!found->associatedWidgets().isEmpty()); // placed in a menu or toolbar
-    found->trigger();
-    QVERIFY(
-        m_window->statusBar()->currentMessage().endsWith(QLatin1String("is not available yet.")));
 }
 
 // Selecting in either pane (or Select All Lights) becomes what the selection effect lights.

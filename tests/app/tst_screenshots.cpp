@@ -36,6 +36,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPainter>
+#include <QPrintPreviewWidget>
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QtTest>
@@ -59,6 +60,7 @@ private slots:
     void simulatedInstallationWithSelection();
     void creationDialogsAndCanvas();
     void preferences();
+    void printPreview();
 
 private:
     void save(const QImage &image, const QString &name);
@@ -221,9 +223,6 @@ void tst_Screenshots::iconSheet()
     save(sheet, QStringLiteral("icons.png"));
 }
 
-QTEST_MAIN(tst_Screenshots)
-#include "tst_screenshots.moc"
-
 void tst_Screenshots::demonstrationFirstWindow()
 {
     Simulator simulator(SimInstallation::builtIn());
@@ -352,3 +351,35 @@ void tst_Screenshots::preferences()
         save(dialog.grab().toImage(), QStringLiteral("preferences-%1.png").arg(page));
     }
 }
+
+// Print Map... on the example map: the preview on the layout page, then on a patch list page
+// that continues a table.
+void tst_Screenshots::printPreview()
+{
+    auto prompts = std::make_unique<ScriptedPrompts>();
+    ScriptedPrompts *script = prompts.get();
+    Kestrel window(std::move(prompts));
+    window.resize(1280, 800);
+    const QString example = m_maps.filePath(QStringLiteral("riverside-arcade.map"));
+    QFile::copy(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map"), example);
+    QVERIFY(window.openMap(example));
+    script->dialogScripts.enqueue([this](QDialog &dialog) {
+        dialog.resize(1100, 820);
+        dialog.show();
+        auto *preview = dialog.findChild<QPrintPreviewWidget *>();
+        QCoreApplication::processEvents();
+        preview->fitInView();
+        QCoreApplication::processEvents();
+        save(dialog.grab().toImage(), QStringLiteral("print-preview.png"));
+        preview->setCurrentPage(3);
+        preview->fitToWidth();
+        QCoreApplication::processEvents();
+        save(dialog.grab().toImage(), QStringLiteral("print-preview-page3.png"));
+        return int(QDialog::Rejected);
+    });
+    window.ui().printAction->trigger();
+    QVERIFY(script->dialogScripts.isEmpty());
+}
+
+QTEST_MAIN(tst_Screenshots)
+#include "tst_screenshots.moc"

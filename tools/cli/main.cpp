@@ -3,12 +3,15 @@
 #include "discovercommand.h"
 #include "highlightcommand.h"
 #include "mapcommand.h"
+#include "patchcommand.h"
 #include "net/dottedquad.h"
 #include "net/ksocket.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 
 #include <functional>
+#include <memory>
 
 namespace {
 
@@ -20,7 +23,7 @@ struct Command
 };
 
 const Command kCommands[] = {
-    {"map", "inspect and rewrite map files (info, resave)", runMapCommand},
+    {"map", "inspect, build and rewrite map files; print their patch lists", runMapCommand},
     {"discover", "find the supplies on the network and their ports", runDiscoverCommand},
     {"scan", "discover, then find the lights on every port", runDiscoverCommand},
     {"read", "scan, then read every light's stored data", runDiscoverCommand},
@@ -78,7 +81,16 @@ bool takeBroadcastOption(QStringList &arguments)
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    std::unique_ptr<QCoreApplication> app;
+    if (needsGuiApplication(argc, argv)) {
+        // A PDF needs fonts, not a screen: the offscreen platform works over ssh and in
+        // scripts without a display, unless the user chose a platform.
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
     QCoreApplication::setOrganizationName(QStringLiteral("Taviren"));
     QCoreApplication::setApplicationName(QStringLiteral("Orrery"));
 

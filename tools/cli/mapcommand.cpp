@@ -2,6 +2,7 @@
 
 #include "clicommand.h"
 #include "mapcreatecommand.h"
+#include "patchcommand.h"
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
@@ -12,11 +13,12 @@ namespace {
 const QString kUsage = QStringLiteral(
     "Usage: orrery-cli map info [--json] FILE\n"
     "       orrery-cli map resave IN OUT\n"
-    "%1\n\n"
-    "  info     load a map and print its counts and the loader's messages;\n"
-    "           --json prints the whole map as one JSON document\n"
-    "  resave   load a map and write it again in the current format\n%2")
-                             .arg(mapCreateSynopsis(), mapCreateHelp());
+    "%1\n%2\n\n"
+    "  info        load a map and print its counts and the loader's messages;\n"
+    "              --json prints the whole map as one JSON document\n"
+    "  resave      load a map and write it again in the current format\n%3\n%4")
+                             .arg(mapPatchSynopsis(), mapCreateSynopsis(), mapPatchHelp(),
+                                  mapCreateHelp());
 
 int runInfo(const QStringList &arguments)
 {
@@ -93,6 +95,8 @@ int runMapCommand(const QStringList &arguments)
         return runInfo(rest);
     if (sub == QLatin1String("resave"))
         return runResave(rest);
+    if (sub == QLatin1String("patch"))
+        return runMapPatch(rest);
     if (sub == QLatin1String("new"))
         return runMapNew(rest);
     if (sub == QLatin1String("add-lights"))
