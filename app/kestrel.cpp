@@ -112,7 +112,7 @@ Kestrel::Kestrel(std::unique_ptr<UserPrompts> prompts, QWidget *parent)
     connect(m_engine, &DiscoveryEngine::sendFailed, this,
             [this](const QString &message) { emit statusMsg(message, 0); });
     m_mapEditing = new MapEditing(*m_model, *m_layoutPane->undoManager(), *m_prompts,
-                                  [this] { return m_livePlayer->selection().selectedLights(); },
+                                  [this] { return m_layoutPane->view()->selection(); },
                                   this);
     connect(m_mapEditing, &MapEditing::setDirty, this, &Kestrel::setDirty);
     connect(m_mapEditing, &MapEditing::statusMsg, this, &Kestrel::statusMsg);

@@ -96,7 +96,8 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
         const QList<quint64> groups = groupView->selectedGroupUids();
         // A chasing group chosen on its own runs its chase rather than lighting every member.
         if (lights.isEmpty() && groups.size() == 1)
-            if (const Group *group = m_model.group(groups.constFirst()); group && group->isChasing()) {
+            if (const Group *group = m_model.group(groups.constFirst());
+                group && group->isChasing()) {
                 highlightGroup(group->uid());
                 return;
             }
@@ -110,6 +111,9 @@ void LivePlayer::follow(LightView *lightView, GroupView *groupView)
 
 void LivePlayer::showSelectionInPanes()
 {
+    // A running chase lights a new step every frame; the panes keep what the user chose.
+    if (m_selection->isHighlighting())
+        return;
     const QList<quint64> selected = m_selection->selectedLights();
     m_showingSelection = true;
     if (m_lightView && m_selectionOrigin != m_lightView)

@@ -16,14 +16,9 @@
 
 MapEditing::MapEditing(MapModel &model, UndoManager &undo, UserPrompts &prompts,
                        SelectionSource selection, QWidget *window)
-    : QObject(window),
-      m_model(model),
-      m_undo(undo),
-      m_prompts(prompts),
-      m_selection(std::move(selection)),
-      m_window(window),
-      m_dictionary(*DeviceDictionary::instance()),
-      m_mapper(*PropertyMapper::instance())
+    : QObject(window), m_model(model), m_undo(undo), m_prompts(prompts),
+      m_selection(std::move(selection)), m_window(window),
+      m_dictionary(*DeviceDictionary::instance()), m_mapper(*PropertyMapper::instance())
 {
 }
 
@@ -33,8 +28,8 @@ void MapEditing::editLights(const QList<quint64> &lightUids)
         emit statusMsg(QStringLiteral("Select the lights to edit first."), 5000);
         return;
     }
-    const auto applier = [this, lightUids](const LightEdit::Request &request)
-        -> std::optional<QString> {
+    const auto applier = [this,
+                          lightUids](const LightEdit::Request &request) -> std::optional<QString> {
         auto planned = LightEdit::plan(m_model, lightUids, request, m_dictionary, m_mapper);
         if (auto *problem = std::get_if<LightEdit::Problem>(&planned))
             return problem->text;

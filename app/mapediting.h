@@ -22,8 +22,8 @@ class MapEditing final : public QObject
 public:
     using SelectionSource = std::function<QList<quint64>()>;
 
-    MapEditing(MapModel &model, UndoManager &undo, UserPrompts &prompts,
-               SelectionSource selection, QWidget *window);
+    MapEditing(MapModel &model, UndoManager &undo, UserPrompts &prompts, SelectionSource selection,
+               QWidget *window);
 
 public slots:
     void editLights(const QList<quint64> &lightUids);

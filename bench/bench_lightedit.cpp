@@ -1,6 +1,6 @@
 // The light-property editor on 15,000 selected lights, in the window with its panes and
 // canvas following: how long the editor takes to open, to apply one change to every light
-// (the input resolution, which also moves every light's channel layout) and to undo it.
+// (the dimming curve) and to undo it.
 // Prints each run's figures and the median of five.
 //
 //   bench_lightedit   (moves into a network namespace of its own: the window announces itself)
@@ -65,12 +65,12 @@ public:
         dialog.show();
         QCoreApplication::processEvents();
         openMs = sinceOpen->elapsed();
-        auto *combo = dialog.findChild<QComboBox *>(QStringLiteral("m_property_INPUT_RESOLUTION"));
+        auto *combo = dialog.findChild<QComboBox *>(QStringLiteral("m_property_DIMMING_CURVE"));
         if (!combo) {
-            std::fprintf(stderr, "no Input Resolution row\n");
+            std::fprintf(stderr, "no Dimming Curve row\n");
             return QDialog::Rejected;
         }
-        combo->setCurrentIndex(combo->findText(QStringLiteral("16 bit")));
+        combo->setCurrentIndex(combo->findText(QStringLiteral("Square Law")));
         QElapsedTimer apply;
         apply.start();
         static_cast<LightPropertyEditor &>(dialog).apply();
@@ -134,13 +134,14 @@ int main(int argc, char **argv)
         undo->undo();
         QCoreApplication::processEvents();
         const qint64 undoMs = undoTime.elapsed();
-        if (window.model().light(creator.createdLights().first())->deviceProperty(
-                QStringLiteral("INPUT_RESOLUTION")) == QLatin1String("1")) {
+        if (window.model()
+                .light(creator.createdLights().first())
+                ->deviceProperty(QStringLiteral("DIMMING_CURVE")) == QLatin1String("1")) {
             std::fprintf(stderr, "undo did not restore the lights\n");
             return 1;
         }
-        std::printf("run %d: open %lld ms, apply %lld ms, undo %lld ms\n", run + 1,
-                    prompts->openMs, prompts->applyMs, undoMs);
+        std::printf("run %d: open %lld ms, apply %lld ms, undo %lld ms\n", run + 1, prompts->openMs,
+                    prompts->applyMs, undoMs);
         opens << prompts->openMs;
         applies << prompts->applyMs;
         undos << undoMs;

@@ -3,12 +3,6 @@
 #include "model/light.h"
 #include "model/mapmodel.h"
 
-namespace {
-
-const QString kDmxOffset = QStringLiteral("DMX_OFFSET");
-
-} // namespace
-
 LightFieldValues LightFieldValues::currentOf(const Light &light) const
 {
     LightFieldValues current;
@@ -17,10 +11,13 @@ LightFieldValues LightFieldValues::currentOf(const Light &light) const
         current.name = light.name();
     if (portNumber)
         current.portNumber = light.portNumber();
+    if (channel)
+        current.channel = light.channel();
     for (auto it = properties.cbegin(); it != properties.cend(); ++it)
-        current.properties.insert(it.key(), light.hasDeviceProperty(it.key())
-                                                ? std::optional<QString>(light.deviceProperty(it.key()))
-                                                : std::nullopt);
+        current.properties.insert(it.key(),
+                                  light.hasDeviceProperty(it.key())
+                                      ? std::optional<QString>(light.deviceProperty(it.key()))
+                                      : std::nullopt);
     return current;
 }
 
@@ -36,14 +33,10 @@ void LightFieldValues::applyTo(Light &light) const
         else
             light.removeDeviceProperty(it.key());
     }
-    // The first channel follows the stored DMX start at once, so that the panes show the
-    // new address before the next frame is built.
-    if (properties.contains(kDmxOffset)) {
-        bool ok = false;
-        const int offset = light.deviceProperty(kDmxOffset).toInt(&ok);
-        if (ok)
-            light.setChannel(offset);
-    }
+    // The first channel goes with the stored DMX start, so that the panes show the new
+    // address before the next frame is built, and undo gives back the channel it had.
+    if (channel)
+        light.setChannel(*channel);
 }
 
 EditLightsCommand::EditLightsCommand(QVector<LightFieldValues> values)

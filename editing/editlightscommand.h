@@ -15,6 +15,7 @@ struct LightFieldValues
     quint64 lightUid = 0;
     std::optional<QString> name;
     std::optional<unsigned int> portNumber; // 0-based, as the model numbers ports
+    std::optional<int> channel;             // the first channel, with DMX_OFFSET
     QMap<QString, std::optional<QString>> properties;
 
     // The light's current values of the same fields.

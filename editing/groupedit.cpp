@@ -19,9 +19,8 @@ GroupState GroupState::of(const Group &group)
 
 bool GroupState::operator==(const GroupState &other) const
 {
-    return uid == other.uid && name == other.name && type == other.type
-        && oValue == other.oValue && lightsPerStep == other.lightsPerStep
-        && members == other.members;
+    return uid == other.uid && name == other.name && type == other.type && oValue == other.oValue &&
+           lightsPerStep == other.lightsPerStep && members == other.members;
 }
 
 void applyGroupState(MapModel &model, const GroupState &state)

@@ -6,10 +6,10 @@
 #include "devices/propertymapper.h"
 #include "editing/editlightscommand.h"
 #include "layout/fixturetypes.h"
-#include "layout/lightcreator.h"
 #include "model/datasupply.h"
 #include "model/light.h"
 #include "model/mapmodel.h"
+#include "model/supplyframetable.h"
 
 #include <QSet>
 
@@ -42,6 +42,18 @@ private:
     bool m_seen = false;
     FieldSummary m_summary;
 };
+
+// The channels a light takes in its port's frame with these properties, as the frame
+// writer counts them (LED profiles included where its supply uses them).
+int channelsOf(const Light &light, const QMap<QString, QString> &properties, bool useProfiles)
+{
+    Light probe;
+    probe.setTintlockProfileId(light.tintlockProfileId());
+    probe.setTintlockIoMode(light.tintlockIoMode());
+    for (auto it = properties.cbegin(); it != properties.cend(); ++it)
+        probe.setDeviceProperty(it.key(), it.value());
+    return std::max(1, SupplyFrameTable::formatFor(probe, useProfiles).footprint());
+}
 
 int dmxOffsetOf(const Light &light)
 {
@@ -95,7 +107,8 @@ QString numberedName(const QString &stem, int index, int count)
     if (count <= 1)
         return stem;
     const int digits = std::max(3, int(QString::number(count).size()));
-    return stem + QLatin1Char(' ') + QStringLiteral("%1").arg(index + 1, digits, 10, QLatin1Char('0'));
+    return stem + QLatin1Char(' ') +
+           QStringLiteral("%1").arg(index + 1, digits, 10, QLatin1Char('0'));
 }
 
 Summary summarise(const MapModel &model, const QList<quint64> &lightUids,
@@ -120,7 +133,8 @@ Summary summarise(const MapModel &model, const QList<quint64> &lightUids,
         summary.fixtureTypeFixed = summary.fixtureTypeFixed || types.isFixed(*light);
         if (const DataSupply *supply = model.dataSupply(light->dataSupply()))
             summary.highestPort = std::max(summary.highestPort, int(supply->portCount()));
-        const QString kindKey = QString::number(light->serialNumber(), 16) + QLatin1Char('/') + type;
+        const QString kindKey =
+            QString::number(light->serialNumber(), 16) + QLatin1Char('/') + type;
         if (!kinds.contains(kindKey)) {
             kinds.insert(kindKey, light);
             for (const QString &token : FixtureTypes::tokensOfLight(
@@ -190,14 +204,15 @@ plan(const MapModel &model, const QList<quint64> &lightUids, const Request &requ
     QMap<QString, QString> typeProperties;
     if (request.fixtureType) {
         if (!FixtureTypes::exists(dictionary, *request.fixtureType))
-            return Problem{QStringLiteral("There is no fixture type \"%1\".").arg(*request.fixtureType)};
+            return Problem{
+                QStringLiteral("There is no fixture type \"%1\".").arg(*request.fixtureType)};
         typeProperties = FixtureTypes::defaultProperties(dictionary, *request.fixtureType);
     }
     if (request.port && (*request.port < 1 || *request.port > 255))
         return Problem{QStringLiteral("Port %1 does not exist: ports are numbered from 1 to 255.")
                            .arg(*request.port)};
-    if (request.dmxMode != Request::DmxMode::NoChange
-        && (request.dmxAddress < 1 || request.dmxAddress > kChannelsPerPort))
+    if (request.dmxMode != Request::DmxMode::NoChange &&
+        (request.dmxAddress < 1 || request.dmxAddress > kChannelsPerPort))
         return Problem{QStringLiteral("DMX address %1 does not exist: DMX addresses run from 1 "
                                       "to 512.")
                            .arg(request.dmxAddress)};
@@ -210,9 +225,8 @@ plan(const MapModel &model, const QList<quint64> &lightUids, const Request &requ
         bool ok = false;
         const qint64 value = it.value().toLongLong(&ok);
         const PropertyValues &allowed = property->values();
-        const bool fits = ok
-            && (allowed.hasOptions() ? allowed.optionText(value).has_value()
-                                     : allowed.inBounds(value));
+        const bool fits = ok && (allowed.hasOptions() ? allowed.optionText(value).has_value()
+                                                      : allowed.inBounds(value));
         if (!fits)
             return Problem{QStringLiteral("%1 is not a value of %2.")
                                .arg(it.value(), mapper.displayName(it.key()))};
@@ -224,12 +238,12 @@ plan(const MapModel &model, const QList<quint64> &lightUids, const Request &requ
     int nextAddress = request.dmxAddress;
     for (int i = 0; i < lights.size(); ++i) {
         const Light &light = *lights.at(i);
+        const DataSupply *supply = model.dataSupply(light.dataSupply());
         LightFieldValues edit;
         edit.lightUid = light.uid();
         if (request.name)
             edit.name = numberedName(*request.name, i, lights.size());
         if (request.port) {
-            const DataSupply *supply = model.dataSupply(light.dataSupply());
             const int available = supply ? supply->portCount() : 1;
             if (*request.port > available)
                 return Problem{QStringLiteral("Port %1 is not on the interface of \"%2\", which "
@@ -240,36 +254,60 @@ plan(const MapModel &model, const QList<quint64> &lightUids, const Request &requ
             edit.portNumber = unsigned(*request.port - 1);
         }
         QMap<QString, QString> after = light.deviceProperties();
+        const auto set = [&](const QString &token, const std::optional<QString> &value) {
+            edit.properties.insert(token, value);
+            if (value)
+                after.insert(token, *value);
+            else
+                after.remove(token);
+        };
         if (request.fixtureType) {
             if (types.isFixed(light) && types.typeOf(light) != *request.fixtureType)
                 return Problem{QStringLiteral("\"%1\" is a %2: its serial number fixes its "
                                               "fixture type.")
                                    .arg(light.name(), types.typeOf(light))};
-            for (auto it = typeProperties.cbegin(); it != typeProperties.cend(); ++it) {
-                edit.properties.insert(it.key(), it.value());
-                after.insert(it.key(), it.value());
-            }
+            // Settings of the old type that the new one lacks go; the new type's defaults
+            // come in.
+            const QStringList newTokens = FixtureTypes::tokens(dictionary, *request.fixtureType);
+            for (const QString &token : FixtureTypes::tokensOfLight(
+                     dictionary, light.serialNumber(), light.deviceProperties()))
+                if (token != kDmxOffset && after.contains(token) && !newTokens.contains(token) &&
+                    !typeProperties.contains(token))
+                    set(token, std::nullopt);
+            for (auto it = typeProperties.cbegin(); it != typeProperties.cend(); ++it)
+                set(it.key(), it.value());
         }
+        // A setting reaches only the lights whose definitions name it.
+        const QStringList tokens =
+            FixtureTypes::tokensOfLight(dictionary, light.serialNumber(), after);
         for (auto it = request.properties.cbegin(); it != request.properties.cend(); ++it) {
-            const auto entry = FixtureTypes::memoryMapEntryOfLight(
-                dictionary, light.serialNumber(), after, it.key());
+            if (!tokens.contains(it.key()))
+                continue;
+            const auto entry = FixtureTypes::memoryMapEntryOfLight(dictionary, light.serialNumber(),
+                                                                   after, it.key());
             if (entry && (!entry->userConfigurable() || entry->readOnly()))
                 return Problem{QStringLiteral("%1 of \"%2\" is read only.")
                                    .arg(mapper.displayName(it.key()), light.name())};
-            edit.properties.insert(it.key(), it.value());
-            after.insert(it.key(), it.value());
+            set(it.key(), it.value());
         }
-        if (request.dmxMode != Request::DmxMode::NoChange) {
-            const int channels = LightCreator::channelsFor(after);
-            const int address = request.dmxMode == Request::DmxMode::Same ? request.dmxAddress
-                                                                          : nextAddress;
-            if (address + channels - 1 > kChannelsPerPort)
-                return Problem{QStringLiteral("DMX address %1 would put \"%2\" (%3 channels) "
-                                              "past channel 512. Nothing was changed.")
-                                   .arg(address)
-                                   .arg(light.name())
-                                   .arg(channels)};
-            edit.properties.insert(kDmxOffset, QString::number(address - 1));
+        // Every light must end inside its port's 512 channels, whether its address or its
+        // channel count changed.
+        const bool useProfiles = supply && supply->usesLedProfiles();
+        const int channels = channelsOf(light, after, useProfiles);
+        const bool addressed = request.dmxMode != Request::DmxMode::NoChange;
+        const int address = !addressed                                  ? dmxOffsetOf(light) + 1
+                            : request.dmxMode == Request::DmxMode::Same ? request.dmxAddress
+                                                                        : nextAddress;
+        if ((addressed || channels != channelsOf(light, light.deviceProperties(), useProfiles)) &&
+            address + channels - 1 > kChannelsPerPort)
+            return Problem{QStringLiteral("DMX address %1 would put \"%2\" (%3 channels) past "
+                                          "channel 512. Nothing was changed.")
+                               .arg(address)
+                               .arg(light.name())
+                               .arg(channels)};
+        if (addressed) {
+            set(kDmxOffset, QString::number(address - 1));
+            edit.channel = address - 1;
             nextAddress = address + channels;
         }
         values.append(std::move(edit));

@@ -63,7 +63,7 @@ struct Request
     // One light: its name. Several: the stem of numbered names ("Cove 001", "Cove 002", ...).
     std::optional<QString> name;
     DmxMode dmxMode = DmxMode::NoChange;
-    int dmxAddress = 1; // 1-based; with Consecutive the first light's address
+    int dmxAddress = 1;      // 1-based; with Consecutive the first light's address
     std::optional<int> port; // from 1
     std::optional<QString> fixtureType;
     // Tokens to values as the property map stores them (option values, decimal numbers).

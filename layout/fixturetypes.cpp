@@ -22,13 +22,17 @@ DeviceDictionary::EntryPointer fixtureEntry(const DeviceDictionary &dictionary,
     return {};
 }
 
+// The definition a discovered device's serial number falls in: its own range, or for RDM
+// devices the first product-code range that holds it.
 DeviceDictionary::EntryPointer serialFixtureEntry(const DeviceDictionary &dictionary,
                                                   quint64 serial)
 {
-    const auto entry = dictionary.entryForSerial(serial);
-    return entry && entry->isLoaded() && entry->deviceType() == DeviceType::FIXTURE
-        ? entry
-        : DeviceDictionary::EntryPointer{};
+    if (const auto entry = dictionary.entryForSerial(serial); entry && entry->isLoaded())
+        return entry;
+    for (const auto &entry : dictionary.productCodeEntriesForSerial(serial))
+        if (entry->isLoaded())
+            return entry;
+    return {};
 }
 
 DeviceDictionary::EntryPointer entryOfLight(const DeviceDictionary &dictionary, quint64 serial,

@@ -101,6 +101,7 @@ QJsonObject group(const Group &g)
         {QStringLiteral("type"), g.type()},
         {QStringLiteral("name"), g.name()},
         {QStringLiteral("o"), g.oValue()},
+        {QStringLiteral("lightsPerStep"), g.lightsPerStep()},
         {QStringLiteral("children"), uidArray(g.children())},
     };
 }

@@ -1,5 +1,6 @@
 #include "report/patchlist.h"
 
+#include "model/serialtext.h"
 #include "devices/dmxaddress.h"
 #include "model/datasupply.h"
 #include "model/light.h"
@@ -124,10 +125,7 @@ namespace PatchText {
 
 QString serial(quint64 serial)
 {
-    if (serial == kUnknownSerial)
-        return {};
-    const int digits = serial > 0xFFFFFFFFull ? 12 : 8;
-    return QStringLiteral("%1").arg(serial, digits, 16, QLatin1Char('0')).toUpper();
+    return SerialText::ofKnown(serial);
 }
 
 QString dmxRange(const PatchLight &light)

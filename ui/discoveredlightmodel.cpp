@@ -1,5 +1,6 @@
 #include "ui/discoveredlightmodel.h"
 
+#include "model/serialtext.h"
 #include "devices/devicedictionary.h"
 #include "discovery/discoveredmap.h"
 #include "model/datasupply.h"
@@ -24,9 +25,7 @@ DiscoveredLightModel::DiscoveredLightModel(const MapModel &map, QObject *parent)
 
 QString DiscoveredLightModel::serialText(quint64 serial)
 {
-    return QStringLiteral("%1")
-        .arg(serial, serial > kClassicSerialLimit ? 12 : 8, 16, QLatin1Char('0'))
-        .toUpper();
+    return SerialText::of(serial);
 }
 
 QString DiscoveredLightModel::stateText(LightDataReader::State state)
@@ -200,8 +199,8 @@ QVariant DiscoveredLightModel::data(const QModelIndex &index, int role) const
     if (role == Qt::ForegroundRole && index.column() == Status) {
         if (row.inMap)
             return QBrush(QColor(0x60, 0x60, 0x60));
-        if (row.hasState && (row.state == LightDataReader::State::NoAnswer
-                             || row.state == LightDataReader::State::Incomplete))
+        if (row.hasState && (row.state == LightDataReader::State::NoAnswer ||
+                             row.state == LightDataReader::State::Incomplete))
             return QBrush(QColor(0xB0, 0x20, 0x20));
         if (row.hasState && row.state == LightDataReader::State::Read)
             return QBrush(QColor(0x20, 0x80, 0x30));

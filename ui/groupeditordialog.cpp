@@ -55,8 +55,9 @@ GroupEditorDialog::GroupEditorDialog(const MapModel &model, const GroupState &gr
     m_typeCombo->setItemData(0, QStringLiteral("A named set of lights."), Qt::ToolTipRole);
     m_typeCombo->setItemData(1, QStringLiteral("The members show the same thing at the same time."),
                              Qt::ToolTipRole);
-    m_typeCombo->setItemData(2, QStringLiteral("Highlighting the group steps through its "
-                                               "members in their order."),
+    m_typeCombo->setItemData(2,
+                             QStringLiteral("Highlighting the group steps through its "
+                                            "members in their order."),
                              Qt::ToolTipRole);
     const int typeIndex = m_typeCombo->findData(group.type);
     m_typeCombo->setCurrentIndex(typeIndex >= 0 ? typeIndex : 0);
@@ -76,8 +77,10 @@ GroupEditorDialog::GroupEditorDialog(const MapModel &model, const GroupState &gr
     membersLayout->addWidget(m_memberList, 1);
     auto *buttons = new QVBoxLayout;
     auto *up = button(QStringLiteral("Move &Up"), QStringLiteral("m_moveUpButton"), membersBox);
-    auto *down = button(QStringLiteral("Move &Down"), QStringLiteral("m_moveDownButton"), membersBox);
-    auto *reverse = button(QStringLiteral("Re&verse"), QStringLiteral("m_reverseButton"), membersBox);
+    auto *down =
+        button(QStringLiteral("Move &Down"), QStringLiteral("m_moveDownButton"), membersBox);
+    auto *reverse =
+        button(QStringLiteral("Re&verse"), QStringLiteral("m_reverseButton"), membersBox);
     auto *remove = button(QStringLiteral("&Remove"), QStringLiteral("m_removeButton"), membersBox);
     m_addSelectionButton = button(QStringLiteral("&Add Selection"),
                                   QStringLiteral("m_addSelectionButton"), membersBox);
@@ -129,13 +132,12 @@ GroupEditorDialog::GroupEditorDialog(const MapModel &model, const GroupState &gr
 void GroupEditorDialog::addMemberItem(quint64 uid)
 {
     const Light *light = m_model.light(uid);
-    auto *item = new QListWidgetItem(
-        light ? QStringLiteral("%1   (port %2, DMX %3)")
-                    .arg(light->name())
-                    .arg(light->portNumber() + 1)
-                    .arg(light->channel() + 1)
-              : QStringLiteral("(deleted light %1)").arg(uid, 0, 16),
-        m_memberList);
+    auto *item = new QListWidgetItem(light ? QStringLiteral("%1   (port %2, DMX %3)")
+                                                 .arg(light->name())
+                                                 .arg(light->portNumber() + 1)
+                                                 .arg(light->channel() + 1)
+                                           : QStringLiteral("(deleted light %1)").arg(uid, 0, 16),
+                                     m_memberList);
     item->setData(kUidRole, uid);
     item->setFlags(item->flags() & ~Qt::ItemIsDropEnabled);
 }
@@ -144,7 +146,8 @@ GroupState GroupEditorDialog::state() const
 {
     GroupState s = m_original;
     const QString name = m_nameEdit->text().trimmed();
-    if (!name.isEmpty())
+    // The canvas's working selection travels under a reserved name that is never saved.
+    if (!name.isEmpty() && name != Group::selectionGroupName())
         s.name = name;
     s.type = m_typeCombo->currentData().toInt();
     s.lightsPerStep = m_lightsPerStep->value();
@@ -224,9 +227,8 @@ void GroupEditorDialog::updateSteps()
         sizes.append(QString::number(steps.at(i).size()));
     if (steps.size() > 12)
         sizes.append(QStringLiteral("…"));
-    m_stepsLabel->setText(steps.isEmpty()
-                              ? QStringLiteral("none: the group has no lights")
-                              : QStringLiteral("%1, one a frame (lights: %2)")
-                                    .arg(steps.size())
-                                    .arg(sizes.join(QStringLiteral(", "))));
+    m_stepsLabel->setText(steps.isEmpty() ? QStringLiteral("none: the group has no lights")
+                                          : QStringLiteral("%1, one a frame (lights: %2)")
+                                                .arg(steps.size())
+                                                .arg(sizes.join(QStringLiteral(", "))));
 }

@@ -50,12 +50,8 @@ LightPropertyEditor::LightPropertyEditor(const MapModel &model, QList<quint64> l
                                          const DeviceDictionary &dictionary,
                                          const PropertyMapper &mapper, Applier applier,
                                          QWidget *parent)
-    : QDialog(parent),
-      m_model(model),
-      m_uids(std::move(lightUids)),
-      m_dictionary(dictionary),
-      m_mapper(mapper),
-      m_applier(std::move(applier))
+    : QDialog(parent), m_model(model), m_uids(std::move(lightUids)), m_dictionary(dictionary),
+      m_mapper(mapper), m_applier(std::move(applier))
 {
     setObjectName(QStringLiteral("LightPropertyEditor"));
     m_summary = LightEdit::summarise(m_model, m_uids, m_dictionary, m_mapper);
@@ -70,13 +66,52 @@ void LightPropertyEditor::build()
     auto *outer = new QVBoxLayout(this);
     m_headerLabel = new QLabel(this);
     m_headerLabel->setObjectName(QStringLiteral("m_headerLabel"));
+    m_headerLabel->setTextFormat(Qt::PlainText);
     outer->addWidget(m_headerLabel);
 
-    auto *area = new QScrollArea(this);
-    area->setWidgetResizable(true);
-    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    area->setFrameShape(QFrame::NoFrame);
-    auto *inner = new QWidget(area);
+    m_area = new QScrollArea(this);
+    m_area->setWidgetResizable(true);
+    m_area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_area->setFrameShape(QFrame::NoFrame);
+    buildRows();
+    outer->addWidget(m_area, 1);
+
+    auto *note = new QLabel(
+        QStringLiteral("Changes are made in the map only. The lighting protocol has no request "
+                       "that writes a device's memory, so the lights on site keep what they "
+                       "store until they are set up there."),
+        this);
+    note->setObjectName(QStringLiteral("m_mapOnlyNote"));
+    note->setWordWrap(true);
+    note->setFrameShape(QFrame::StyledPanel);
+    note->setMargin(6);
+    outer->addWidget(note);
+
+    m_problemLabel = new QLabel(this);
+    m_problemLabel->setObjectName(QStringLiteral("m_problemLabel"));
+    m_problemLabel->setWordWrap(true);
+    m_problemLabel->setStyleSheet(QStringLiteral("color: #b00020;"));
+    m_problemLabel->hide();
+    outer->addWidget(m_problemLabel);
+
+    m_buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Apply |
+                                         QDialogButtonBox::Reset | QDialogButtonBox::Cancel,
+                                     this);
+    connect(m_buttons, &QDialogButtonBox::accepted, this, &LightPropertyEditor::accept);
+    connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    connect(m_buttons->button(QDialogButtonBox::Apply), &QPushButton::clicked, this,
+            &LightPropertyEditor::apply);
+    connect(m_buttons->button(QDialogButtonBox::Reset), &QPushButton::clicked, this,
+            &LightPropertyEditor::reset);
+    outer->addWidget(m_buttons);
+    resize(680, std::min(680, 260 + 34 * m_row));
+}
+
+void LightPropertyEditor::buildRows()
+{
+    auto *inner = new QWidget(m_area);
+    m_currentLabels.clear();
+    m_propertyEditors.clear();
     m_grid = new QGridLayout(inner);
     m_grid->setColumnStretch(2, 1);
     for (const auto &[column, text] :
@@ -101,7 +136,8 @@ void LightPropertyEditor::build()
     dmxLayout->setContentsMargins(0, 0, 0, 0);
     m_dmxAddressSpinBox = noChangeSpinBox(1, 512, dmxBox);
     m_dmxAddressSpinBox->setObjectName(QStringLiteral("m_dmxAddressSpinBox"));
-    m_dmxAddressSpinBox->setMinimumWidth(m_dmxAddressSpinBox->fontMetrics().horizontalAdvance(kNoChange) + 48);
+    m_dmxAddressSpinBox->setMinimumWidth(
+        m_dmxAddressSpinBox->fontMetrics().horizontalAdvance(kNoChange) + 48);
     dmxLayout->addWidget(m_dmxAddressSpinBox);
     m_consecutiveCheckBox = new QCheckBox(QStringLiteral("Consecutive"), dmxBox);
     m_consecutiveCheckBox->setObjectName(QStringLiteral("m_consecutiveCheckBox"));
@@ -154,50 +190,21 @@ void LightPropertyEditor::build()
             }
             widget = editor.combo;
         } else {
-            editor.spin = noChangeSpinBox(row.values.hasMin ? clampToInt(row.values.min) : 0,
-                                          row.values.hasMax ? clampToInt(row.values.max) : 65535,
-                                          inner);
+            editor.spin =
+                noChangeSpinBox(row.values.hasMin ? clampToInt(row.values.min) : 0,
+                                row.values.hasMax ? clampToInt(row.values.max) : 65535, inner);
             widget = editor.spin;
         }
         widget->setObjectName(QStringLiteral("m_property_") + row.token);
-        addRow(row.displayName, row.description == QLatin1String("--") ? QString() : row.description,
-               row.token, widget);
+        addRow(row.displayName,
+               row.description == QLatin1String("--") ? QString() : row.description, row.token,
+               widget);
         if (row.editable)
             m_propertyEditors.append(editor);
     }
     m_grid->setRowStretch(m_row, 1);
-    area->setWidget(inner);
-    outer->addWidget(area, 1);
-
-    auto *note = new QLabel(
-        QStringLiteral("Changes are made in the map only. The lighting protocol has no request "
-                       "that writes a device's memory, so the lights on site keep what they "
-                       "store until they are set up there."),
-        this);
-    note->setObjectName(QStringLiteral("m_mapOnlyNote"));
-    note->setWordWrap(true);
-    note->setFrameShape(QFrame::StyledPanel);
-    note->setMargin(6);
-    outer->addWidget(note);
-
-    m_problemLabel = new QLabel(this);
-    m_problemLabel->setObjectName(QStringLiteral("m_problemLabel"));
-    m_problemLabel->setWordWrap(true);
-    m_problemLabel->setStyleSheet(QStringLiteral("color: #b00020;"));
-    m_problemLabel->hide();
-    outer->addWidget(m_problemLabel);
-
-    m_buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Apply
-                                         | QDialogButtonBox::Reset | QDialogButtonBox::Cancel,
-                                     this);
-    connect(m_buttons, &QDialogButtonBox::accepted, this, &LightPropertyEditor::accept);
-    connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    connect(m_buttons->button(QDialogButtonBox::Apply), &QPushButton::clicked, this,
-            &LightPropertyEditor::apply);
-    connect(m_buttons->button(QDialogButtonBox::Reset), &QPushButton::clicked, this,
-            &LightPropertyEditor::reset);
-    outer->addWidget(m_buttons);
-    resize(680, std::min(680, 260 + 34 * m_row));
+    // The rows follow the lights: a new fixture type brings other settings.
+    m_area->setWidget(inner);
 }
 
 void LightPropertyEditor::addRow(const QString &label, const QString &tip, const QString &key,
@@ -215,7 +222,8 @@ void LightPropertyEditor::addRow(const QString &label, const QString &tip, const
 
 QLabel *LightPropertyEditor::makeCurrentLabel(const QString &key)
 {
-    auto *label = new QLabel(this);
+    auto *label = new QLabel(m_grid->parentWidget());
+    label->setTextFormat(Qt::PlainText);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     label->setMinimumWidth(160);
     label->setWordWrap(true);
@@ -226,7 +234,7 @@ QLabel *LightPropertyEditor::makeCurrentLabel(const QString &key)
 void LightPropertyEditor::refresh()
 {
     if (m_summary.lightCount == 1)
-        m_headerLabel->setText(QStringLiteral("Light \"%1\"").arg(m_summary.name.value.toHtmlEscaped()));
+        m_headerLabel->setText(QStringLiteral("Light \"%1\"").arg(m_summary.name.value));
     else
         m_headerLabel->setText(QStringLiteral("%1 lights").arg(m_summary.lightCount));
     const auto show = [this](const QString &key, const LightEdit::FieldSummary &field) {
@@ -260,8 +268,8 @@ LightEdit::Request LightPropertyEditor::request() const
     if (m_dmxAddressSpinBox->value() != m_dmxAddressSpinBox->minimum()) {
         r.dmxAddress = m_dmxAddressSpinBox->value();
         r.dmxMode = m_summary.lightCount > 1 && m_consecutiveCheckBox->isChecked()
-            ? LightEdit::Request::DmxMode::Consecutive
-            : LightEdit::Request::DmxMode::Same;
+                        ? LightEdit::Request::DmxMode::Consecutive
+                        : LightEdit::Request::DmxMode::Same;
     }
     if (m_portSpinBox->value() != m_portSpinBox->minimum())
         r.port = m_portSpinBox->value();
@@ -289,8 +297,8 @@ bool LightPropertyEditor::apply()
     if (problem)
         return false;
     m_summary = LightEdit::summarise(m_model, m_uids, m_dictionary, m_mapper);
+    buildRows();
     refresh();
-    reset();
     return true;
 }
 

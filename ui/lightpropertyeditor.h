@@ -59,6 +59,7 @@ private:
     };
 
     void build();
+    void buildRows();
     void refresh();
     void addRow(const QString &label, const QString &tip, const QString &key, QWidget *editor);
     QLabel *makeCurrentLabel(const QString &key);
@@ -72,6 +73,7 @@ private:
     QString m_lastProblem;
 
     QLabel *m_headerLabel = nullptr;
+    class QScrollArea *m_area = nullptr;
     QGridLayout *m_grid = nullptr;
     int m_row = 0;
     QHash<QString, QLabel *> m_currentLabels;

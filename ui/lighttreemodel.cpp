@@ -1,5 +1,6 @@
 #include "ui/lighttreemodel.h"
 
+#include "model/serialtext.h"
 #include "devices/devicepresentation.h"
 #include "devices/dmxaddress.h"
 #include "model/datasupply.h"
@@ -12,8 +13,6 @@
 #include <algorithm>
 
 namespace {
-
-constexpr quint64 kUnknownSerial = 0xFFFFFFFF;
 
 const QIcon &supplyIcon()
 {
@@ -321,11 +320,7 @@ void LightTreeModel::refreshAll()
 
 QString LightTreeModel::serialText(quint64 serial)
 {
-    if (serial == kUnknownSerial)
-        return {};
-    // Classic devices have 32-bit serials, RDM devices 48-bit unique ids.
-    const int digits = serial > 0xFFFFFFFFull ? 12 : 8;
-    return QStringLiteral("%1").arg(serial, digits, 16, QLatin1Char('0')).toUpper();
+    return SerialText::ofKnown(serial);
 }
 
 QString LightTreeModel::dmxAddressText(const QString &dmxOffset)

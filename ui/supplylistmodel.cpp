@@ -1,5 +1,6 @@
 #include "ui/supplylistmodel.h"
 
+#include "model/serialtext.h"
 #include "model/datasupply.h"
 
 #include <QBrush>
@@ -12,9 +13,7 @@ SupplyListModel::SupplyListModel(QObject *parent) : QAbstractTableModel(parent)
 
 QString SupplyListModel::serialText(quint64 serial)
 {
-    return QStringLiteral("%1")
-        .arg(serial, serial > 0xFFFFFFFFULL ? 12 : 8, 16, QLatin1Char('0'))
-        .toUpper();
+    return SerialText::of(serial);
 }
 
 QString SupplyListModel::portsText(const DataSupply &supply)

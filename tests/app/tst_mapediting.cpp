@@ -55,10 +55,11 @@ void tst_MapEditing::init()
 {
     m_editing.reset();
     m_model = std::make_unique<MapModel>();
-    QVERIFY(m_model->loadFromFile(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map")));
+    QVERIFY(
+        m_model->loadFromFile(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map")));
     m_undo = std::make_unique<UndoManager>(m_model.get());
-    m_editing = std::make_unique<MapEditing>(*m_model, *m_undo, m_prompts,
-                                             [this] { return m_selection; }, nullptr);
+    m_editing = std::make_unique<MapEditing>(
+        *m_model, *m_undo, m_prompts, [this] { return m_selection; }, nullptr);
 }
 
 void tst_MapEditing::shoot(QWidget &widget, const QString &name)
@@ -100,7 +101,8 @@ void tst_MapEditing::editorMakesOneUndoableChange()
             QVERIFY(editor.findChild<QLabel *>(QStringLiteral("m_mapOnlyNote")));
         }();
         editor.findChild<QSpinBox *>(QStringLiteral("m_dmxAddressSpinBox"))->setValue(101);
-        editor.findChild<QLineEdit *>(QStringLiteral("m_nameLineEdit"))->setText(QStringLiteral("Arch"));
+        editor.findChild<QLineEdit *>(QStringLiteral("m_nameLineEdit"))
+            ->setText(QStringLiteral("Arch"));
         shoot(editor, QStringLiteral("light-editor-many.png"));
         editor.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
         return editor.result();
@@ -159,7 +161,8 @@ void tst_MapEditing::groupEditorBuildsAChase()
     m_prompts.dialogScripts.enqueue([this](QDialog &d) {
         auto &editor = static_cast<GroupEditorDialog &>(d);
         editor.nameEdit()->setText(QStringLiteral("Arch <chase> & \"steps\""));
-        editor.typeCombo()->setCurrentIndex(editor.typeCombo()->findText(QStringLiteral("Chasing")));
+        editor.typeCombo()->setCurrentIndex(
+            editor.typeCombo()->findText(QStringLiteral("Chasing")));
         editor.findChild<QPushButton *>(QStringLiteral("m_addSelectionButton"))->click();
         editor.memberList()->item(2)->setSelected(true);
         editor.moveSelectedMembers(-1);

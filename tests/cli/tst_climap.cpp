@@ -72,7 +72,7 @@ void tst_CliMap::infoJsonCarriesTheWholeModel()
 
     const QJsonArray groups = map.value("groups").toArray();
     QCOMPARE(groups.size(), 2);
-    QCOMPARE(groups.at(0).toObject().keys(), QStringList({"children", "name", "o", "type", "uid"}));
+    QCOMPARE(groups.at(0).toObject().keys(), QStringList({"children", "lightsPerStep", "name", "o", "type", "uid"}));
     QCOMPARE(groups.at(0).toObject().value("children").toArray().size(), 80);
 }
 

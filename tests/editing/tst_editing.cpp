@@ -32,8 +32,8 @@ struct Snapshot
     QMap<QString, QString> properties;
     bool operator==(const Snapshot &o) const
     {
-        return name == o.name && port == o.port && channel == o.channel
-            && properties == o.properties;
+        return name == o.name && port == o.port && channel == o.channel &&
+               properties == o.properties;
     }
 };
 
@@ -91,10 +91,12 @@ void tst_Editing::init()
     supply->setPortCount(2);
     m_model->addDataSupply(std::move(supply));
     m_lights.clear();
-    // Three lights of 3, 4 and 5 channels (RGB, RGBW, RGBAW).
+    // Three lights of 3, 4 and 5 channels (RGB, RGBW, RGBAW); the last near the end of the
+    // port and known by its channel alone (no DMX_OFFSET stored).
     m_lights << addLight(QStringLiteral("Cove 1"), 0, QStringLiteral("1"))
              << addLight(QStringLiteral("Cove 2"), 3, QStringLiteral("2"))
-             << addLight(QStringLiteral("Cove 3"), 7, QStringLiteral("3"));
+             << addLight(QStringLiteral("Cove 3"), 505, QStringLiteral("3"));
+    m_model->light(m_lights.last())->removeDeviceProperty(QStringLiteral("DMX_OFFSET"));
 }
 
 quint64 tst_Editing::addLight(const QString &name, int offset, const QString &chemistry, int port)
@@ -121,8 +123,13 @@ void tst_Editing::summaryShowsVariousOrTheCommonValue_data()
     QTest::addColumn<QString>("dmx");
     QTest::addColumn<QString>("chemistry");
     QTest::addColumn<QString>("type");
-    QTest::newRow("one light") << QList<int>{1} << "Cove 2" << "4" << "RGBW" << "Generic 3-Ch";
-    QTest::newRow("all differ") << QList<int>{0, 1, 2} << "Various" << "Various" << "Various"
+    QTest::newRow("one light") << QList<int>{1} << "Cove 2"
+                               << "4"
+                               << "RGBW"
+                               << "Generic 3-Ch";
+    QTest::newRow("all differ") << QList<int>{0, 1, 2} << "Various"
+                                << "Various"
+                                << "Various"
                                 << "Generic 3-Ch";
 }
 
@@ -132,7 +139,8 @@ void tst_Editing::summaryShowsVariousOrTheCommonValue()
     QList<quint64> uids;
     for (const int i : which)
         uids << m_lights.at(i);
-    const LightEdit::Summary summary = LightEdit::summarise(*m_model, uids, *m_dictionary, *m_mapper);
+    const LightEdit::Summary summary =
+        LightEdit::summarise(*m_model, uids, *m_dictionary, *m_mapper);
     QCOMPARE(summary.lightCount, which.size());
     QTEST(summary.name.text(), "name");
     QTEST(summary.dmxAddress.text(), "dmx");
@@ -168,8 +176,8 @@ void tst_Editing::oneEditIsOneUndoStep_data()
     Request same;
     same.dmxMode = Request::DmxMode::Same;
     same.dmxAddress = 100;
-    QTest::newRow("one address for all") << same << oldNames << QList<int>{99, 99, 99}
-                                         << oldChemistries << QList<int>{0, 0, 0};
+    QTest::newRow("one address for all")
+        << same << oldNames << QList<int>{99, 99, 99} << oldChemistries << QList<int>{0, 0, 0};
     Request everything;
     everything.name = QStringLiteral("Wash");
     everything.port = 2;
@@ -183,7 +191,7 @@ void tst_Editing::oneEditIsOneUndoStep_data()
     Request portOnly;
     portOnly.port = 2;
     // "No Change" everywhere else: each light keeps its own values.
-    QTest::newRow("port only") << portOnly << oldNames << QList<int>{0, 3, 7} << oldChemistries
+    QTest::newRow("port only") << portOnly << oldNames << QList<int>{0, 3, 505} << oldChemistries
                                << QList<int>{1, 1, 1};
 }
 
@@ -205,8 +213,9 @@ void tst_Editing::oneEditIsOneUndoStep()
     for (int i = 0; i < m_lights.size(); ++i) {
         const Light *light = m_model->light(m_lights.at(i));
         QCOMPARE(light->name(), names.at(i));
-        QCOMPARE(light->deviceProperty(QStringLiteral("DMX_OFFSET")).toInt(), offsets.at(i));
         QCOMPARE(light->channel(), offsets.at(i));
+        if (light->hasDeviceProperty(QStringLiteral("DMX_OFFSET")))
+            QCOMPARE(light->deviceProperty(QStringLiteral("DMX_OFFSET")).toInt(), offsets.at(i));
         QCOMPARE(light->deviceProperty(QStringLiteral("LED_CHEMISTRY")), chemistries.at(i));
         QCOMPARE(int(light->portNumber()), ports.at(i));
     }
@@ -229,6 +238,10 @@ void tst_Editing::refusalsChangeNothing_data()
     runsOver.dmxMode = Request::DmxMode::Consecutive;
     runsOver.dmxAddress = 505; // 505..507, 508..511, 512..516: the last does not fit
     QTest::newRow("consecutive run past 512") << runsOver << "\"Cove 3\" (5 channels)";
+    Request wider;
+    wider.properties.insert(QStringLiteral("INPUT_RESOLUTION"), QStringLiteral("1"));
+    // 16 bit doubles the last light's slots without moving it: 506..515.
+    QTest::newRow("wider light past 512") << wider << "\"Cove 3\" (10 channels)";
     Request noSuchPort;
     noSuchPort.port = 3;
     QTest::newRow("port the interface lacks") << noSuchPort << "has 2 port(s)";
