@@ -7,6 +7,7 @@
 #include "app/kestrel.h"
 #include "app/layoutpane.h"
 #include "app/mapediting.h"
+#include "app/scriptedprompts.h"
 #include "layout/creationrules.h"
 #include "layout/lightcreator.h"
 #include "model/light.h"
@@ -14,7 +15,6 @@
 #include "model/undomanager.h"
 #include "support/netnamespace.h"
 #include "ui/lightpropertyeditor.h"
-#include "ui/userprompts.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -28,57 +28,31 @@ namespace {
 
 constexpr int kLights = 15000;
 
-// Answers only the editor: measures how long it took to open and to apply.
-class EditorPrompts final : public UserPrompts
+struct EditTimes
 {
-public:
-    QElapsedTimer *sinceOpen = nullptr;
     qint64 openMs = 0;
     qint64 applyMs = 0;
-
-    QString openFileName(QWidget *, const QString &, const QString &, const QString &) override
-    {
-        return {};
-    }
-    QString saveFileName(QWidget *, const QString &, const QString &, const QString &) override
-    {
-        return {};
-    }
-    QMessageBox::StandardButton message(QWidget *, QMessageBox::Icon, const QString &,
-                                        const QString &, QMessageBox::StandardButtons) override
-    {
-        return QMessageBox::Ok;
-    }
-    std::optional<QString> chooseItem(QWidget *, const QString &, const QString &,
-                                      const QStringList &) override
-    {
-        return std::nullopt;
-    }
-    std::optional<int> chooseInt(QWidget *, const QString &, const QString &, int, int,
-                                 int) override
-    {
-        return std::nullopt;
-    }
-    void showAbout(QWidget *, const QString &) override {}
-    int runDialog(QDialog &dialog) override
-    {
-        dialog.show();
-        QCoreApplication::processEvents();
-        openMs = sinceOpen->elapsed();
-        auto *combo = dialog.findChild<QComboBox *>(QStringLiteral("m_property_DIMMING_CURVE"));
-        if (!combo) {
-            std::fprintf(stderr, "no Dimming Curve row\n");
-            return QDialog::Rejected;
-        }
-        combo->setCurrentIndex(combo->findText(QStringLiteral("Square Law")));
-        QElapsedTimer apply;
-        apply.start();
-        static_cast<LightPropertyEditor &>(dialog).apply();
-        QCoreApplication::processEvents();
-        applyMs = apply.elapsed();
-        return QDialog::Accepted;
-    }
 };
+
+// The editor as the user drives it: shown, the dimming curve chosen, Apply pressed.
+int runEditor(QDialog &dialog, const QElapsedTimer &sinceOpen, EditTimes &times)
+{
+    dialog.show();
+    QCoreApplication::processEvents();
+    times.openMs = sinceOpen.elapsed();
+    auto *combo = dialog.findChild<QComboBox *>(QStringLiteral("m_property_DIMMING_CURVE"));
+    if (!combo) {
+        std::fprintf(stderr, "no Dimming Curve row\n");
+        return QDialog::Rejected;
+    }
+    combo->setCurrentIndex(combo->findText(QStringLiteral("Square Law")));
+    QElapsedTimer apply;
+    apply.start();
+    static_cast<LightPropertyEditor &>(dialog).apply();
+    QCoreApplication::processEvents();
+    times.applyMs = apply.elapsed();
+    return QDialog::Accepted;
+}
 
 qint64 median(QVector<qint64> values)
 {
@@ -101,8 +75,8 @@ int main(int argc, char **argv)
     }
     QVector<qint64> opens, applies, undos;
     for (int run = 0; run < 5; ++run) {
-        auto owned = std::make_unique<EditorPrompts>();
-        EditorPrompts *prompts = owned.get();
+        auto owned = std::make_unique<ScriptedPrompts>();
+        ScriptedPrompts *prompts = owned.get();
         Kestrel window(std::move(owned));
         window.resize(1280, 800);
         window.show();
@@ -121,7 +95,9 @@ int main(int argc, char **argv)
         QCoreApplication::processEvents();
 
         QElapsedTimer sinceOpen;
-        prompts->sinceOpen = &sinceOpen;
+        EditTimes times;
+        prompts->dialogScripts.enqueue(
+            [&](QDialog &dialog) { return runEditor(dialog, sinceOpen, times); });
         sinceOpen.start();
         window.mapEditing().editLights(creator.createdLights());
         UndoManager *undo = window.layoutPane().undoManager();
@@ -140,10 +116,10 @@ int main(int argc, char **argv)
             std::fprintf(stderr, "undo did not restore the lights\n");
             return 1;
         }
-        std::printf("run %d: open %lld ms, apply %lld ms, undo %lld ms\n", run + 1, prompts->openMs,
-                    prompts->applyMs, undoMs);
-        opens << prompts->openMs;
-        applies << prompts->applyMs;
+        std::printf("run %d: open %lld ms, apply %lld ms, undo %lld ms\n", run + 1, times.openMs,
+                    times.applyMs, undoMs);
+        opens << times.openMs;
+        applies << times.applyMs;
         undos << undoMs;
     }
     std::printf("median of 5 (%d lights): open %lld ms, apply %lld ms, undo %lld ms\n", kLights,
