@@ -145,7 +145,8 @@ bool LightCreation::create(const CreationRequest &request, int interval)
     progress.setValue(creator.total());
     if (creator.createdLights().isEmpty())
         return false;
-    m_undo.addUndoActionList(new UndoActionList{new CreationUndoAction(creator.createdLights())});
+    m_undo.addUndoActionList(new UndoActionList{new CreationUndoAction(
+        creator.createdLights(), creator.createdSupply() ? creator.supplyUid() : 0)});
     emit setDirty(true);
     return true;
 }

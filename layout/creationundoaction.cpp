@@ -30,8 +30,8 @@ std::unique_ptr<Light> copyOf(const Light &light)
 
 } // namespace
 
-CreationUndoAction::CreationUndoAction(const QList<quint64> &lightUids)
-    : UndoAction(CreationKind), m_uids(lightUids)
+CreationUndoAction::CreationUndoAction(const QList<quint64> &lightUids, quint64 createdSupplyUid)
+    : UndoAction(CreationKind), m_uids(lightUids), m_createdSupplyUid(createdSupplyUid)
 {
 }
 
@@ -47,8 +47,13 @@ quint64 CreationUndoAction::apply(MapModel &model, PlacementView *)
                 model.removeLight(uid);
             }
         }
+        if (const DataSupply *supply = model.dataSupply(m_createdSupplyUid);
+            supply && supply->lights().isEmpty())
+            m_removedSupply = model.takeDataSupply(m_createdSupplyUid);
         return 0;
     }
+    if (m_removedSupply)
+        model.addDataSupply(std::move(m_removedSupply));
     for (auto &light : m_removed) {
         const quint64 uid = light->uid();
         const quint64 supplyUid = light->dataSupply();

@@ -7,15 +7,16 @@
 #include <memory>
 #include <vector>
 
+class DataSupply;
 class Light;
 
 // Undo of a creation: the lights one creation made, taken out of the map as one step and
-// put back with the same uids, supply, port, number, place and properties on redo. The
-// supply they were made on stays: other lights may have been put on it since.
+// put back with the same uids, supply, port, number, place and properties on redo. An
+// interface the creation made goes with them, unless other lights have been put on it since.
 class CreationUndoAction final : public UndoAction
 {
 public:
-    explicit CreationUndoAction(const QList<quint64> &lightUids);
+    explicit CreationUndoAction(const QList<quint64> &lightUids, quint64 createdSupplyUid = 0);
     ~CreationUndoAction() override;
 
     int lightCount() const { return m_uids.size(); }
@@ -25,5 +26,7 @@ public:
 
 private:
     QList<quint64> m_uids;
+    quint64 m_createdSupplyUid = 0;
     std::vector<std::unique_ptr<Light>> m_removed;
+    std::unique_ptr<DataSupply> m_removedSupply;
 };

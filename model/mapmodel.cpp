@@ -230,11 +230,19 @@ QRectF MapModel::groupBounds(quint64 groupUid)
 
 bool MapModel::removeDataSupply(quint64 uid)
 {
+    return bool(takeDataSupply(uid));
+}
+
+std::unique_ptr<DataSupply> MapModel::takeDataSupply(quint64 uid)
+{
     DataSupply *s = m_dataSupplies.take(uid);
     if (!s)
-        return false;
-    delete s;
-    return true;
+        return nullptr;
+    s->disconnect(this);
+    s->setLive(false);
+    s->setParent(nullptr);
+    emit updatedDataSupply(uid);
+    return std::unique_ptr<DataSupply>(s);
 }
 
 bool MapModel::removeLight(quint64 uid)
@@ -355,8 +363,8 @@ bool MapModel::loadFromDevice(QIODevice &device)
         emit msg(where);
         return failLoad(where + QStringLiteral(": ") + parsed.error->message);
     }
-    emit msg(QStringLiteral("Doc has ") + QString::number(parsed.topLevelNodes)
-             + QStringLiteral(" children."));
+    emit msg(QStringLiteral("Doc has ") + QString::number(parsed.topLevelNodes) +
+             QStringLiteral(" children."));
     if (parsed.topLevelNodes != 1)
         return failLoad(QStringLiteral("The file holds %1 top-level nodes; a map file holds its "
                                        "\"map\" element only.")

@@ -46,6 +46,10 @@ public:
     // Removing deletes the object. A removed light also leaves its supply's light list and
     // every group it belonged to.
     bool removeDataSupply(quint64 uid);
+    // Takes the supply out of the map without deleting it (undo of the creation that made
+    // it keeps it for redo). Its lights stay, driven by nobody until it is added back. Views
+    // hear of it as updatedDataSupply for a uid the model no longer holds.
+    std::unique_ptr<DataSupply> takeDataSupply(quint64 uid);
     bool removeLight(quint64 uid);
     bool removeGroup(quint64 uid);
 

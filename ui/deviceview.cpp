@@ -172,8 +172,11 @@ void DeviceView::handleUpdatedDataSupply(quint64 uid)
     if (isRebuildPending())
         return;
     const DataSupply *supply = m_model.dataSupply(uid);
-    if (!supply)
+    if (!supply) {
+        // Taken out of the map: its lights' rows lose the name.
+        scheduleRebuild();
         return;
+    }
     // Supplies report every light added to them; only a new name concerns this view.
     for (quint64 lightUid : supply->lights()) {
         QTreeWidgetItem *item = m_lightItems.value(lightUid);

@@ -351,8 +351,31 @@ void LightTreeModel::handleNewDataSupply(quint64 uid)
     adoptUnassignedLights(raw);
 }
 
+void LightTreeModel::removeSupplyNode(quint64 uid)
+{
+    SupplyNode *node = m_supplyNodes.value(uid);
+    if (!node)
+        return;
+    // Lights left behind belong to no supply now.
+    while (!node->lights.isEmpty()) {
+        const LightKey key = node->lights.constLast();
+        moveLight(key.uid, ensureUnassignedNode(), key);
+    }
+    const int row = node->row;
+    beginRemoveRows({}, row, row);
+    m_supplyNodes.remove(uid);
+    m_supplies.erase(m_supplies.begin() + row);
+    renumberSupplies();
+    endRemoveRows();
+}
+
 void LightTreeModel::handleUpdatedDataSupply(quint64 uid)
 {
+    // A supply the model no longer holds was taken out of the map.
+    if (!m_model.dataSupply(uid)) {
+        removeSupplyNode(uid);
+        return;
+    }
     if (const SupplyNode *node = m_supplyNodes.value(uid))
         emit dataChanged(nodeIndex(node), nodeIndex(node, ColumnCount - 1));
 }

@@ -78,6 +78,7 @@ private:
     };
 
     void handleNewDataSupply(quint64 uid);
+    void removeSupplyNode(quint64 uid);
     void handleUpdatedDataSupply(quint64 uid);
     void handleNewLight(quint64 uid);
     void handleUpdatedLight(quint64 uid);

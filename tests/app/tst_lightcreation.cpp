@@ -6,6 +6,7 @@
 #include "model/light.h"
 #include "model/mapmodel.h"
 #include "support/netnamespace.h"
+#include "ui/lightview.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -241,10 +242,14 @@ void tst_LightCreation::undoRemovesTheWholeCreation()
     m_window->setDirty(false); // as after a save
     m_window->ui().undoAction->trigger();
     QCOMPARE(m_window->model().lightCount(), 0);
+    // The interface made for the tile goes too, from the map and from the light pane.
+    QCOMPARE(m_window->model().dataSupplyCount(), 0);
+    QCOMPARE(m_window->lightView()->model()->rowCount(), 0);
     QVERIFY(m_window->isDirty());
     QVERIFY(!m_window->ui().undoAction->isEnabled());
     m_window->ui().redoAction->trigger();
     QCOMPARE(names(), made);
+    QCOMPARE(m_window->lightView()->model()->rowCount(), 1);
 }
 
 void tst_LightCreation::stringSettingsRestoredOnReopen()

@@ -228,10 +228,15 @@ void tst_LightCreator::undoRemovesAndRedoRestores()
     LightCreator creator(model, request(4));
     QVERIFY(!creator.prepare());
     creator.run(1, {});
-    CreationUndoAction action(creator.createdLights());
+    // The interface made for the lights goes with them, and comes back with them.
+    CreationUndoAction action(creator.createdLights(), creator.supplyUid());
+    QSignalSpy supplyGone(&model, &MapModel::updatedDataSupply);
     action.apply(model, nullptr);
     QCOMPARE(model.lightCount(), 0);
-    QVERIFY(model.dataSupply(creator.supplyUid())->lights().isEmpty());
+    QCOMPARE(model.dataSupplyCount(), 0);
+    // Told as a change of a supply the model no longer holds.
+    QVERIFY(!supplyGone.isEmpty());
+    QCOMPARE(supplyGone.constLast().at(0).toULongLong(), creator.supplyUid());
     QSignalSpy added(&model, &MapModel::newLight);
     action.apply(model, nullptr);
     QCOMPARE(added.count(), 4);
