@@ -36,7 +36,6 @@ private slots:
     void progressStepsAndCancel();
     void undoRemovesTheWholeCreation();
     void stringSettingsRestoredOnReopen();
-    void tileWhiteAndModuleOpenTheirDialogs();
 
 private:
     using Fill = std::function<void(QDialog &)>;
@@ -59,9 +58,7 @@ private:
 
 void tst_LightCreation::initTestCase()
 {
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     m_settings = std::make_unique<TestSettings>();
 }
 
@@ -272,39 +269,6 @@ void tst_LightCreation::stringSettingsRestoredOnReopen()
     m_window->ui().addStringAction->trigger();
     QCOMPARE(seen, QStringList({"1", "7", "1", "1", "Stair", "3", "1"}));
     QCOMPARE(m_window->model().lightCount(), 7);
-}
-
-void tst_LightCreation::tileWhiteAndModuleOpenTheirDialogs()
-{
-    bool tile = false;
-    m_prompts->dialogScripts.enqueue([&tile](QDialog &d) {
-        tile = child<QAbstractButton>(d, "m_tileButton")->isChecked();
-        return int(QDialog::Rejected);
-    });
-    m_window->ui().addTileAction->trigger();
-    QVERIFY(tile);
-
-    QStringList types;
-    press([&types](QDialog &d) {
-        auto *combo = child<QComboBox>(d, "m_fixtureTypeComboBox");
-        for (int i = 0; i < combo->count(); ++i)
-            types << combo->itemText(i);
-        child<QSpinBox>(d, "m_countSpinBox")->setValue(2);
-    }, "okButton");
-    m_window->ui().addWhiteLightsAction->trigger();
-    QVERIFY(types.contains("Generic White"));
-    QVERIFY(!types.contains("Generic 3-Ch"));
-    // White lights take one channel each.
-    QCOMPARE(names(), QStringList({"Light  01-001@0", "Light  01-002@1"}));
-
-    m_prompts->itemAnswers.enqueue(QStringLiteral("Generic RGBW"));
-    press([](QDialog &) {}, "okButton");
-    m_window->ui().addModuleAction->trigger();
-    QCOMPARE(m_window->model().lightCount(), 3);
-    int rgbw = 0;
-    for (const Light *light : m_window->model().lights())
-        rgbw += light->deviceProperty("LED_CHEMISTRY") == "2";
-    QCOMPARE(rgbw, 1);
 }
 
 QTEST_MAIN(tst_LightCreation)

@@ -11,12 +11,10 @@ class tst_SimConfig : public QObject
     Q_OBJECT
 
 private slots:
-    void builtInInstallation();
     void builtInAddressesDoNotOverlap();
     void roundTrip_data();
     void roundTrip();
     void runsExpand();
-    void defaults();
     void badConfig_data();
     void badConfig();
     void missingFile();
@@ -31,33 +29,6 @@ QByteArray oneSupply(const QByteArray &supplyKeys, const QByteArray &lights = "[
 }
 
 } // namespace
-
-void tst_SimConfig::builtInInstallation()
-{
-    const SimInstallation installation = SimInstallation::builtIn();
-    QCOMPARE(installation.supplies.size(), 4);
-    QVERIFY(installation.isLoopbackOnly());
-    QVERIFY(!installation.faults.isActive());
-    int versionOne = 0;
-    int rdmLights = 0;
-    int wideSerials = 0;
-    for (int i = 0; i < installation.supplies.size(); ++i) {
-        const SimSupply &supply = installation.supplies.at(i);
-        QCOMPARE(supply.address, QHostAddress(QStringLiteral("127.0.1.%1").arg(i + 1)));
-        QCOMPARE(supply.ports.size(), supply.version == 1 ? 1 : 2);
-        versionOne += supply.version == 1;
-        wideSerials += supply.usesWideSerial();
-        for (const SimPort &port : supply.ports) {
-            QVERIFY2(port.lights.size() >= 40 && port.lights.size() <= 60,
-                     "about fifty lights per port");
-            for (const SimLight &light : port.lights)
-                rdmLights += light.isRdm();
-        }
-    }
-    QCOMPARE(versionOne, 1);
-    QCOMPARE(wideSerials, 1);
-    QVERIFY(rdmLights > 0 && rdmLights < installation.lightCount());
-}
 
 // Each port is its own DMX universe: its lights' channel ranges must not overlap, or the
 // live view and the program would show two lights driven by the same bytes.
@@ -136,22 +107,6 @@ void tst_SimConfig::runsExpand()
         QCOMPARE(lights.at(i).readMemory(5), quint8(9));
         QCOMPARE(lights.at(i).readMemory(66), quint8(5));
     }
-}
-
-void tst_SimConfig::defaults()
-{
-    QString error;
-    const QByteArray json = "{\"supplies\": [{\"serial\": \"1\", \"ports\": []},"
-                            " {\"serial\": \"2\", \"ports\": [{}, {}]}]}";
-    const auto installation = SimInstallation::fromJson(json, &error);
-    QVERIFY2(installation, qPrintable(error));
-    const SimSupply &second = installation->supplies.at(1);
-    QCOMPARE(second.address, QHostAddress(QStringLiteral("127.0.1.2")));
-    QCOMPARE(second.mac, QByteArray::fromHex("024C00000002"));
-    QCOMPARE(second.version, quint16(2));
-    QCOMPARE(second.ports.at(0).number, quint8(1));
-    QCOMPARE(second.ports.at(1).number, quint8(2));
-    QCOMPARE(second.idText, QStringLiteral("Sim Supply 2"));
 }
 
 void tst_SimConfig::badConfig_data()

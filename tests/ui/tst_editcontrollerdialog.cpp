@@ -71,12 +71,6 @@ class tst_EditControllerDialog : public QObject
 
 private slots:
     void initTestCase();
-    void rowsAndLabelsInOrder();
-    void showsTheSupply();
-    void typeText_data();
-    void typeText();
-    void versionComboAtOpening_data();
-    void versionComboAtOpening();
     void acceptWritesEveryField_data();
     void acceptWritesEveryField();
     void unchangedAddressKeepsWhatWasLearntThere();
@@ -94,95 +88,6 @@ private:
 void tst_EditControllerDialog::initTestCase()
 {
     m_settings = std::make_unique<TestSettings>();
-}
-
-void tst_EditControllerDialog::rowsAndLabelsInOrder()
-{
-    auto supply = exampleSupply();
-    EditControllerDialog dialog(kGroup, supply.get());
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Interface Editor"));
-    QVERIFY(!dialog.windowFlags().testFlag(Qt::WindowContextHelpButtonHint));
-
-    const QStringList labels = {"Interface Name:",
-                                "Interface Type:",
-                                "Interface UID:",
-                                "Interface Serial: ",
-                                "IP:",
-                                "Universe:",
-                                "MAC:",
-                                "Num Ports:",
-                                "Version:"};
-    const QList<QWidget *> fields = {
-        dialog.nameLineEdit(),   dialog.typeLabel(),       dialog.uidLabel(),
-        dialog.serialLineEdit(), dialog.ipLineEdit(),      dialog.universeLineEdit(),
-        dialog.macLabel(),       dialog.numPortsSpinBox(), dialog.versionComboBox()};
-    QFormLayout *form = dialog.formLayout();
-    QCOMPARE(form->rowCount(), labels.size());
-    for (int row = 0; row < labels.size(); ++row) {
-        auto *label = qobject_cast<QLabel *>(form->itemAt(row, QFormLayout::LabelRole)->widget());
-        QVERIFY(label);
-        QCOMPARE(label->text(), labels.at(row));
-        QCOMPARE(form->itemAt(row, QFormLayout::FieldRole)->widget(), fields.at(row));
-    }
-    QCOMPARE(dialog.versionComboBox()->count(), 3);
-    QCOMPARE(dialog.versionComboBox()->itemText(0), QStringLiteral("Vistra v1"));
-    QCOMPARE(dialog.versionComboBox()->itemText(1), QStringLiteral("Vistra v2"));
-    QCOMPARE(dialog.versionComboBox()->itemText(2), QStringLiteral("Vistra v3"));
-    QVERIFY(dialog.errorLabel()->text().isEmpty());
-    QCOMPARE(dialog.okButton()->text(), QStringLiteral("&OK"));
-    QCOMPARE(dialog.cancelButton()->text(), QStringLiteral("&Cancel"));
-}
-
-void tst_EditControllerDialog::showsTheSupply()
-{
-    auto supply = exampleSupply();
-    EditControllerDialog dialog(kGroup, supply.get());
-    QCOMPARE(dialog.nameLineEdit()->text(), QStringLiteral("Arcade North"));
-    QCOMPARE(dialog.uidLabel()->text(), QStringLiteral("1A2B3C"));
-    QCOMPARE(dialog.serialLineEdit()->text(), QStringLiteral("C0FFEE"));
-    QCOMPARE(dialog.ipLineEdit()->text(), QStringLiteral("10.20.30.40"));
-    QCOMPARE(dialog.universeLineEdit()->text(), QStringLiteral("12"));
-    QCOMPARE(dialog.macLabel()->text(), QStringLiteral("00:0A:C5:01:02:03"));
-    QCOMPARE(dialog.numPortsSpinBox()->value(), 2);
-}
-
-void tst_EditControllerDialog::typeText_data()
-{
-    QTest::addColumn<uint>("type");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("2") << 2u << "Vistra Interface";
-    QTest::newRow("3") << 3u << "Vistra Broadcast Interface";
-    QTest::newRow("0") << 0u << "Unknown Interface Type";
-}
-
-void tst_EditControllerDialog::typeText()
-{
-    QFETCH(uint, type);
-    QFETCH(QString, text);
-    auto supply = exampleSupply(type);
-    EditControllerDialog dialog(kGroup, supply.get());
-    QCOMPARE(dialog.typeLabel()->text(), text);
-}
-
-void tst_EditControllerDialog::versionComboAtOpening_data()
-{
-    QTest::addColumn<int>("version");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("1") << 1 << "Vistra v1";
-    QTest::newRow("2") << 2 << "Vistra v2";
-    QTest::newRow("3") << 3 << "Vistra v3";
-    QTest::newRow("0") << 0 << "Vistra v1";
-    QTest::newRow("7") << 7 << "Vistra v1";
-}
-
-void tst_EditControllerDialog::versionComboAtOpening()
-{
-    QFETCH(int, version);
-    QFETCH(QString, shown);
-    auto supply = exampleSupply();
-    supply->setVersion(version);
-    EditControllerDialog dialog(kGroup, supply.get());
-    QCOMPARE(dialog.versionComboBox()->currentText(), shown);
 }
 
 void tst_EditControllerDialog::acceptWritesEveryField_data()
