@@ -1,3 +1,4 @@
+#include "support/mapbuild.h"
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
@@ -5,7 +6,6 @@
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
-#include <QBuffer>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -19,20 +19,11 @@
 
 namespace {
 
+using MapBuild::load;
+
 QByteArray save(MapModel &model)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    if (!model.saveToDevice(buffer))
-        return {};
-    return buffer.data();
-}
-
-bool load(MapModel &model, QByteArray bytes)
-{
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    return model.loadFromDevice(buffer);
+    return MapBuild::saved(model);
 }
 
 QStringList messagesOf(const QSignalSpy &spy)

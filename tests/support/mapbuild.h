@@ -7,6 +7,8 @@
 #include "model/light.h"
 #include "model/mapmodel.h"
 
+#include <QBuffer>
+
 namespace MapBuild {
 
 inline quint64 supply(MapModel &model, const QString &name = QStringLiteral("Supply"),
@@ -54,6 +56,21 @@ inline quint64 group(MapModel &model, const QString &name, const QList<quint64> 
         group->appendChild(member);
     uid = group->uid();
     return model.addGroup(std::move(group)) ? uid : 0;
+}
+
+// The map file of a model as bytes (empty when the save fails), and a model loaded from bytes.
+inline QByteArray saved(MapModel &model)
+{
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    return model.saveToDevice(buffer) ? buffer.data() : QByteArray();
+}
+
+inline bool load(MapModel &model, QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return model.loadFromDevice(buffer);
 }
 
 } // namespace MapBuild
