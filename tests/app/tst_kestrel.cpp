@@ -72,6 +72,8 @@ private slots:
     void lightPaneOpensTheEditorOnASupply();
     void rejectedEditorLeavesTheMapClean();
     void savedMapCarriesDefinitionProperties();
+    void backgroundImageMakesTheMapDirty();
+    void aboutShowsTheVersion();
     void paneSelectionLightsTheFixtures_data();
     void paneSelectionLightsTheFixtures();
     void discoveryActionsOpenOneDialogAtATime_data();
@@ -638,6 +640,32 @@ void tst_Kestrel::paneSelectionLightsTheFixtures()
     QCOMPARE(selected, expected);
     m_window->livePlayer().engine().renderFrame(QDateTime::currentDateTime());
     QCOMPARE(model.light(expected.constFirst())->output().color(), VelaColor(Qt::red));
+}
+
+void tst_Kestrel::backgroundImageMakesTheMapDirty()
+{
+    const QString image = m_dir->filePath(QStringLiteral("plan.png"));
+    m_prompts->fileAnswers.enqueue(image);
+    m_window->ui().addBackgroundImageAction->trigger();
+    QCOMPARE(m_window->model().imageFile(), image);
+    QVERIFY(m_window->isDirty());
+}
+
+// The about box names the version the program was built as, with the commit's date and hash.
+void tst_Kestrel::aboutShowsTheVersion()
+{
+    m_window->ui().aboutAction->trigger();
+    QCOMPARE(m_prompts->asked.size(), 1);
+    QCOMPARE(m_prompts->asked.at(0).kind, QStringLiteral("about"));
+    const QString version = m_prompts->asked.at(0).text;
+    QVERIFY2(QRegularExpression(QStringLiteral("^Version: \\d+\\.\\d+\\.\\d+ \\S+-\\S+$"))
+                 .match(version)
+                 .hasMatch(),
+             qPrintable(version));
+    const AboutDialog about(version);
+    const QLabel *label = about.findChild<QLabel *>(QStringLiteral("m_versionLabel"));
+    QVERIFY(label);
+    QCOMPARE(label->text(), version);
 }
 
 void tst_Kestrel::discoveryActionsOpenOneDialogAtATime_data()

@@ -36,6 +36,7 @@ private slots:
     void progressStepsAndCancel();
     void undoRemovesTheWholeCreation();
     void stringSettingsRestoredOnReopen();
+    void whiteLightsAndModules();
 
 private:
     using Fill = std::function<void(QDialog &)>;
@@ -269,6 +270,32 @@ void tst_LightCreation::stringSettingsRestoredOnReopen()
     m_window->ui().addStringAction->trigger();
     QCOMPARE(seen, QStringList({"1", "7", "1", "1", "Stair", "3", "1"}));
     QCOMPARE(m_window->model().lightCount(), 7);
+}
+
+// "Add White Lights" offers only one-channel fixtures, packed one channel apart; "Add Module"
+// makes one light of the type chosen first.
+void tst_LightCreation::whiteLightsAndModules()
+{
+    QStringList types;
+    press([&types](QDialog &d) {
+        auto *combo = child<QComboBox>(d, "m_fixtureTypeComboBox");
+        for (int i = 0; i < combo->count(); ++i)
+            types << combo->itemText(i);
+        child<QSpinBox>(d, "m_countSpinBox")->setValue(2);
+    }, "okButton");
+    m_window->ui().addWhiteLightsAction->trigger();
+    QVERIFY(types.contains("Generic White"));
+    QVERIFY(!types.contains("Generic 3-Ch"));
+    QCOMPARE(names(), QStringList({"Light  01-001@0", "Light  01-002@1"}));
+
+    m_prompts->itemAnswers.enqueue(QStringLiteral("Generic RGBW"));
+    press([](QDialog &) {}, "okButton");
+    m_window->ui().addModuleAction->trigger();
+    QCOMPARE(m_window->model().lightCount(), 3);
+    int rgbw = 0;
+    for (const Light *light : m_window->model().lights())
+        rgbw += light->deviceProperty("LED_CHEMISTRY") == "2";
+    QCOMPARE(rgbw, 1);
 }
 
 QTEST_MAIN(tst_LightCreation)

@@ -107,7 +107,7 @@ private slots:
     void initTestCase();
     void readFindsEverythingOnce_data();
     void readFindsEverythingOnce();
-    void peopleCountPortsFromOne();
+    void textReportCountsFromOne();
     void cleanup();
 
 private:
@@ -263,21 +263,21 @@ void tst_CliDiscover::readFindsEverythingOnce()
     QVERIFY(rdm > 0);
 }
 
-// Text output counts ports (and positions on a port) from 1, as the supplies' labels do; a
-// first-generation supply's one port is port 1 of type 1, as the simulator lists it.
-void tst_CliDiscover::peopleCountPortsFromOne()
+// The text report counts ports (and positions on a port) from 1, as the supplies' labels do;
+// a first-generation supply's one port is port 1 of type 1, as the simulator lists it. A read
+// adds each light's DMX address and stored values, and the count of lights read.
+void tst_CliDiscover::textReportCountsFromOne()
 {
-    QVERIFY(startSimulator(variant(Variant::BuiltIn), {}));
-    const ProgramRun run = cli(kBroadcast + QStringList{"scan", "--timeout", "300"});
+    QVERIFY(startSimulator(variant(Variant::Fifth), {}));
+    const ProgramRun run = cli(kBroadcast + QStringList{"read", "--timeout", "300"});
     QCOMPARE(run.status, 0);
     const QString out = text(run.out);
-    QVERIFY2(out.contains(QStringLiteral("127.0.1.1  02:4C:00:00:01:01  v1 1.8.2  universe 0  "
-                                         "1 port(s): 1 (type 1)\n")),
-             qPrintable(out));
-    QVERIFY2(out.contains(QStringLiteral("  10310001  supply 127.0.1.1  port 1  light 1\n")),
-             qPrintable(out));
-    QVERIFY2(out.contains(QStringLiteral("  10310601  supply 127.0.1.4  port 2  light 1\n")),
-             qPrintable(out));
+    for (const char *line : {"127.0.1.1  02:4C:00:00:01:01  v1 1.8.2  universe 0  "
+                             "1 port(s): 1 (type 1)\n",
+                             "  10310001  supply 127.0.1.1  port 1  light 1  DMX 1  ",
+                             "  10310606  supply 127.0.1.4  port 2  light 2  DMX 16  ",
+                             "\n70 read, 0 without answer"})
+        QVERIFY2(out.contains(QLatin1String(line)), qPrintable(out));
 }
 
 QTEST_GUILESS_MAIN(tst_CliDiscover)

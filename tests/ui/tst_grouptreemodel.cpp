@@ -111,8 +111,9 @@ void tst_GroupTreeModel::deletedLightLeavesItsGroups()
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
     const quint64 a = MapBuild::light(model, 0, 0, 0, QStringLiteral("A"));
     const quint64 b = MapBuild::light(model, 0, 0, 0, QStringLiteral("B"));
-    MapBuild::group(model, QStringLiteral("One"), {a, b});
+    const quint64 one = MapBuild::group(model, QStringLiteral("One"), {a, b});
     MapBuild::group(model, QStringLiteral("Two"), {b});
+    QCOMPARE(tree.groupUidAt(tree.index(1, 0, tree.index(0, 0))), one);
     QSignalSpy removals(&tree, &QAbstractItemModel::rowsRemoved);
     model.removeLight(b);
     QCOMPARE(removals.size(), 2);

@@ -23,6 +23,7 @@ private slots:
     void propertyChangeUpdatesTheDmxAddress();
     void deletingALightRemovesOnlyItsRow();
     void clearingTheMapEmptiesThePane();
+    void renamingMarksTheMapDirty();
     void viewReportsSelectedUidsInShownOrder();
 
 private:
@@ -194,6 +195,30 @@ void tst_LightTreeModel::clearingTheMapEmptiesThePane()
     QCOMPARE(tree.lightRowCount(), 0);
     QVERIFY(model.loadFromFile(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map")));
     QCOMPARE(tree.lightRowCount(), 200);
+}
+
+// A name edited in the pane reaches the model and marks the map changed; blanks and the
+// same name change nothing.
+void tst_LightTreeModel::renamingMarksTheMapDirty()
+{
+    MapModel model;
+    LightTreeModel tree(model);
+    const quint64 supply = MapBuild::supply(model, QStringLiteral("S"));
+    const quint64 light = MapBuild::light(model, supply, 0, 0, QStringLiteral("Old"));
+    QSignalSpy dirty(&tree, &LightTreeModel::setDirty);
+    const QModelIndex name = tree.indexForLight(light);
+    QVERIFY(tree.flags(name).testFlag(Qt::ItemIsEditable));
+    QVERIFY(!tree.flags(tree.indexForLight(light, LightTreeModel::SerialColumn))
+                 .testFlag(Qt::ItemIsEditable));
+    QVERIFY(!tree.setData(name, QStringLiteral("   ")));
+    QVERIFY(!tree.setData(name, QStringLiteral("Old")));
+    QCOMPARE(dirty.size(), 0);
+    QVERIFY(tree.setData(name, QStringLiteral(" Entrance 1 ")));
+    QCOMPARE(model.light(light)->name(), QStringLiteral("Entrance 1"));
+    QCOMPARE(dirty.size(), 1);
+    QVERIFY(tree.setData(tree.indexForDataSupply(supply), QStringLiteral("Lobby PDS")));
+    QCOMPARE(model.dataSupply(supply)->name(), QStringLiteral("Lobby PDS"));
+    QCOMPARE(dirty.size(), 2);
 }
 
 void tst_LightTreeModel::viewReportsSelectedUidsInShownOrder()
