@@ -56,6 +56,7 @@ private slots:
     void failedOpenSaysWhy_data();
     void failedOpenSaysWhy();
     void recentMapsMenuOpensTheChosenMap();
+    void recentMapsFollowTheirSettingsAcrossARestart();
     void editThenSaveThenReopen();
     void cancelInTheQuestionLeavesEverything_data();
     void cancelInTheQuestionLeavesEverything();
@@ -208,6 +209,27 @@ void tst_Kestrel::recentMapsMenuOpensTheChosenMap()
     // The menu was rebuilt from inside the chosen action's signal; the old actions go later.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCOMPARE(m_window->ui().m_recentMapsMenu->actions().size(), 2);
+}
+
+// The window reads the recent maps and their settings at start: at most "/num_recent_maps"
+// of them, the menu hidden when "/recent_maps_enabled" is off, newest first after a restart.
+void tst_Kestrel::recentMapsFollowTheirSettingsAcrossARestart()
+{
+    QSettings().setValue(QStringLiteral("/num_recent_maps"), 2);
+    QSettings().setValue(QStringLiteral("/recent_maps_enabled"), false);
+    makeWindow();
+    QStringList opened;
+    for (const char *name : {"a.map", "b.map", "c.map"}) {
+        opened.prepend(copyOfExample(QLatin1String(name)));
+        QVERIFY(m_window->openMap(opened.constFirst()));
+    }
+    QCOMPARE(m_window->recentMaps(), opened.mid(0, 2));
+    QVERIFY(!m_window->ui().m_recentMapsMenu->menuAction()->isVisible());
+    m_window.reset();
+    makeWindow();
+    QCOMPARE(m_window->recentMaps(), opened.mid(0, 2));
+    QCOMPARE(m_window->ui().m_recentMapsActionGroup->actions().size(), 2);
+    QVERIFY(!m_window->ui().m_recentMapsMenu->menuAction()->isVisible());
 }
 
 void tst_Kestrel::editThenSaveThenReopen()
@@ -701,10 +723,13 @@ void tst_Kestrel::discoveryActionsOpenOneDialogAtATime()
     }
     QCOMPARE(open, 1);
     QCOMPARE(m_window->discoveryDialog(), dialog.data());
+    // What the dialog adds to the map makes the window's map changed, so it is not lost.
+    QVERIFY(!m_window->isDirty());
+    QVERIFY(QMetaObject::invokeMethod(dialog, "setDirty", Q_ARG(bool, true)));
+    QVERIFY(m_window->isDirty());
     dialog->reject();
     QTRY_VERIFY(!dialog);
     QVERIFY(!m_window->discoveryDialog());
-    QVERIFY(!m_window->isDirty());
 }
 
 QTEST_MAIN(tst_Kestrel)

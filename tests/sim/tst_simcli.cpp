@@ -18,6 +18,7 @@ class tst_SimCli : public QObject
     Q_OBJECT
 
 private slots:
+    void list();
     void printedConfigReadsBack();
     void badArguments_data();
     void badArguments();
@@ -55,6 +56,18 @@ QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArra
 }
 
 } // namespace
+
+void tst_SimCli::list()
+{
+    const Result result = run({QStringLiteral("--list")});
+    QCOMPARE(result.status, 0);
+    QVERIFY2(result.out.startsWith(QStringLiteral("4 supplies, 350 lights\n")),
+             qPrintable(result.out));
+    QVERIFY(result.out.contains(QStringLiteral("127.0.1.4  v3  serial 000001A50004")));
+    QVERIFY(result.out.contains(
+        QStringLiteral("classic 10210201-1021021E (DMX 1-90), RDM 7A7001000201-7A7001000214 "
+                       "(DMX 91-150)")));
+}
 
 void tst_SimCli::printedConfigReadsBack()
 {

@@ -15,6 +15,7 @@ private slots:
     void roundTrip_data();
     void roundTrip();
     void runsExpand();
+    void defaults();
     void badConfig_data();
     void badConfig();
     void missingFile();
@@ -107,6 +108,23 @@ void tst_SimConfig::runsExpand()
         QCOMPARE(lights.at(i).readMemory(5), quint8(9));
         QCOMPARE(lights.at(i).readMemory(66), quint8(5));
     }
+}
+
+// What a configuration leaves out: addresses, MACs and names by position, ports numbered from 1.
+void tst_SimConfig::defaults()
+{
+    QString error;
+    const QByteArray json = "{\"supplies\": [{\"serial\": \"1\", \"ports\": []},"
+                            " {\"serial\": \"2\", \"ports\": [{}, {}]}]}";
+    const auto installation = SimInstallation::fromJson(json, &error);
+    QVERIFY2(installation, qPrintable(error));
+    const SimSupply &second = installation->supplies.at(1);
+    QCOMPARE(second.address, QHostAddress(QStringLiteral("127.0.1.2")));
+    QCOMPARE(second.mac, QByteArray::fromHex("024C00000002"));
+    QCOMPARE(second.version, quint16(2));
+    QCOMPARE(second.ports.at(0).number, quint8(1));
+    QCOMPARE(second.ports.at(1).number, quint8(2));
+    QCOMPARE(second.idText, QStringLiteral("Sim Supply 2"));
 }
 
 void tst_SimConfig::badConfig_data()

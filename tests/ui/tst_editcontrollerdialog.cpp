@@ -186,6 +186,11 @@ void tst_EditControllerDialog::addressChangeForgetsWhatWasLearntThere()
     QCOMPARE(supply->deviceProperties().contains(QStringLiteral("IPV4_IP_ADDRESS")), !changed);
     QCOMPARE(supply->deviceProperties().contains(QStringLiteral("DEVICE_VARIABLE_4")), !changed);
     QCOMPARE(supply->deviceProperty(QStringLiteral("FIRMWARE_VERSION")), QStringLiteral("5"));
+    // The fields it showed and the user left alone come back as they were.
+    QCOMPARE(supply->version(), 2);
+    QCOMPARE(supply->universe(), 12u);
+    QCOMPARE(supply->serialNumber(), quint64(0xC0FFEE));
+    QCOMPARE(supply->portCount(), quint8(2));
     if (!changed) {
         QCOMPARE(supply->deviceProperties(), before);
         QCOMPARE(dropped.count(), 0);
