@@ -52,22 +52,16 @@ private slots:
     void init();
     void cleanup();
 
-    void startsWithDefaultsAndNoMap();
     void openSetsTitleAndRecentMap();
-    void openingTheSameFileTwiceKeepsOneEntry();
-    void sixthMapPushesOutTheOldest();
-    void failedOpenRemovesTheRecentEntry();
-    void failedOpenSaysWhyAndLeavesNothingOpen_data();
-    void failedOpenSaysWhyAndLeavesNothingOpen();
+    void failedOpenSaysWhy_data();
+    void failedOpenSaysWhy();
     void recentMapsMenuOpensTheChosenMap();
-    void recentMapsSurviveARestart();
-    void recentMapsFollowTheirSettings();
+    void recentMapsFollowTheirSettingsAcrossARestart();
     void editThenSaveThenReopen();
     void cancelInTheQuestionLeavesEverything_data();
     void cancelInTheQuestionLeavesEverything();
-    void noInTheQuestionDiscards();
-    void yesInTheQuestionSavesFirst();
-    void cancelledSaveStopsTheNewMap();
+    void saveQuestionBeforeNew_data();
+    void saveQuestionBeforeNew();
     void saveAppendsTheMapSuffix_data();
     void saveAppendsTheMapSuffix();
     void failedSaveKeepsTheMapDirty();
@@ -75,13 +69,12 @@ private slots:
     void liveUpdatesPausedForEveryFileAction();
     void closingWritesTheWindowStateAndRestoresIt();
     void livePlayToggleFollowsEverywhere();
-    void addInterfaceCreatesANewSupply();
     void addInterfaceOpensTheEditorOnTheNewSupply();
     void lightPaneOpensTheEditorOnASupply();
     void rejectedEditorLeavesTheMapClean();
-    void devicesTabFollowsTheMap();
     void savedMapCarriesDefinitionProperties();
     void backgroundImageMakesTheMapDirty();
+    void devicesTabFollowsTheMap();
     void aboutShowsTheVersion();
     void paneSelectionLightsTheFixtures_data();
     void paneSelectionLightsTheFixtures();
@@ -102,9 +95,7 @@ private:
 void tst_Kestrel::initTestCase()
 {
     // The window will own the discovery engine, which announces itself on the network.
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     m_settings = std::make_unique<TestSettings>();
 }
 
@@ -138,18 +129,6 @@ QString tst_Kestrel::copyOfExample(const QString &name) const
     return path;
 }
 
-void tst_Kestrel::startsWithDefaultsAndNoMap()
-{
-    QCOMPARE(m_window->windowTitle(), QStringLiteral("Orrery"));
-    QVERIFY(!m_window->isDirty());
-    QVERIFY(m_window->currentMapPath().isEmpty());
-    QVERIFY(m_window->recentMaps().isEmpty());
-    QCOMPARE(m_window->ui().m_nodeCountLabel->text(), QStringLiteral(" Node Count : 0"));
-    QVERIFY(m_window->ui().snapToGridAction->isChecked());
-    QVERIFY(m_window->isLivePlay());
-    QVERIFY(m_window->model().livePlay());
-}
-
 void tst_Kestrel::openSetsTitleAndRecentMap()
 {
     const QString path = copyOfExample(QStringLiteral("arcade.map"));
@@ -157,8 +136,6 @@ void tst_Kestrel::openSetsTitleAndRecentMap()
     m_window->ui().openMapAction->trigger();
 
     QCOMPARE(m_prompts->asked.size(), 1);
-    QCOMPARE(m_prompts->asked.at(0).title, QStringLiteral("Select A Map File"));
-    QCOMPARE(m_prompts->asked.at(0).text, QStringLiteral("Map Files (*.map);;All Files (*.*)"));
     QCOMPARE(m_prompts->asked.at(0).dir, QStringLiteral("./"));
     QCOMPARE(m_window->model().lightCount(), 200);
     QCOMPARE(m_window->currentMapPath(), path);
@@ -169,85 +146,51 @@ void tst_Kestrel::openSetsTitleAndRecentMap()
     QTRY_COMPARE(m_window->ui().m_nodeCountLabel->text(), QStringLiteral(" Node Count : 200"));
 }
 
-void tst_Kestrel::openingTheSameFileTwiceKeepsOneEntry()
-{
-    const QString a = copyOfExample(QStringLiteral("a.map"));
-    const QString b = copyOfExample(QStringLiteral("b.map"));
-    for (const QString &path : {a, b, a})
-        QVERIFY(m_window->openMap(path));
-    QCOMPARE(m_window->recentMaps(), (QStringList{a, b}));
-    const QList<QAction *> actions = m_window->ui().m_recentMapsActionGroup->actions();
-    QCOMPARE(actions.size(), 2);
-    QCOMPARE(actions.at(0)->text(), a);
-    QCOMPARE(m_window->ui().m_recentMapsMenu->actions(), actions);
-}
-
-void tst_Kestrel::sixthMapPushesOutTheOldest()
-{
-    QStringList opened;
-    for (int i = 1; i <= 6; ++i) {
-        opened.prepend(copyOfExample(QStringLiteral("map%1.map").arg(i)));
-        QVERIFY(m_window->openMap(opened.constFirst()));
-    }
-    QCOMPARE(m_window->recentMaps(), opened.mid(0, 5));
-    QSettings settings;
-    QCOMPARE(settings.value(QStringLiteral("/recentmap4")).toString(), opened.at(4));
-    QVERIFY(!settings.contains(QStringLiteral("/recentmap5")));
-}
-
-void tst_Kestrel::failedOpenRemovesTheRecentEntry()
-{
-    const QString good = copyOfExample(QStringLiteral("good.map"));
-    const QString broken = copyOfExample(QStringLiteral("broken.map"));
-    QVERIFY(m_window->openMap(broken));
-    QVERIFY(m_window->openMap(good));
-    QFile file(broken);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write("<map><c><t>2</t>");
-    file.close();
-
-    QVERIFY(!m_window->openMap(broken));
-    const QList<ScriptedPrompts::Asked> messages = m_prompts->messages();
-    QCOMPARE(messages.size(), 1);
-    QCOMPARE(messages.at(0).icon, QMessageBox::Critical);
-    QCOMPARE(messages.at(0).title, QStringLiteral("Load Error"));
-    // The box says why: the reader's line, column and reason.
-    QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: ") + broken +
-                                      QStringLiteral("\n\nError in line: 1, column: 16: "
-                                                     "Premature end of document."));
-    QCOMPARE(m_window->recentMaps(), QStringList{good});
-    QVERIFY(m_window->currentMapPath().isEmpty());
-    QCOMPARE(m_window->windowTitle(), QStringLiteral("Orrery"));
-    QVERIFY(!QSettings().contains(QStringLiteral("/recentmap1")));
-}
-
-// Opening a missing, empty or broken map on an empty window (as at start-up): the box says
-// why, and no progress dialog is left to appear over it and hold the window.
-void tst_Kestrel::failedOpenSaysWhyAndLeavesNothingOpen_data()
+// Opening a missing, empty or broken map: the box says why (the reader's line, column and
+// reason), the map leaves the recent maps, and no progress dialog is left to appear over the
+// box and hold the window.
+void tst_Kestrel::failedOpenSaysWhy_data()
 {
     QTest::addColumn<QByteArray>("bytes"); // null: no file at all
+    QTest::addColumn<bool>("openedBefore");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("missing") << QByteArray() << "Unable to open file: No such file or directory";
-    QTest::newRow("empty") << QByteArray("")
+    QTest::newRow("missing") << QByteArray() << false
+                             << "Unable to open file: No such file or directory";
+    QTest::newRow("empty") << QByteArray("") << false
                            << "Error in line: 1, column: 0: Premature end of document.";
-    QTest::newRow("garbage") << QByteArray("garbage")
+    QTest::newRow("garbage") << QByteArray("garbage") << false
                              << "Error in line: 1, column: 1: Start tag expected.";
+    QTest::newRow("cut short since it was opened")
+        << QByteArray("<map><c><t>2</t>") << true
+        << "Error in line: 1, column: 16: Premature end of document.";
 }
 
-void tst_Kestrel::failedOpenSaysWhyAndLeavesNothingOpen()
+void tst_Kestrel::failedOpenSaysWhy()
 {
     QFETCH(QByteArray, bytes);
+    QFETCH(bool, openedBefore);
     QFETCH(QString, reason);
     const QString path = m_dir->filePath(QStringLiteral("start.map"));
+    const QString good = copyOfExample(QStringLiteral("good.map"));
+    if (openedBefore) {
+        QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("start.map"))));
+        QVERIFY(m_window->openMap(good));
+    }
     if (!bytes.isNull()) {
         QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write(bytes);
     }
     QVERIFY(!m_window->openMap(path));
     const QList<ScriptedPrompts::Asked> messages = m_prompts->messages();
     QCOMPARE(messages.size(), 1);
+    QCOMPARE(messages.at(0).icon, QMessageBox::Critical);
+    QCOMPARE(messages.at(0).title, QStringLiteral("Load Error"));
     QCOMPARE(messages.at(0).text, QStringLiteral("Failed to open map: %1\n\n%2").arg(path, reason));
+    QCOMPARE(m_window->recentMaps(), openedBefore ? QStringList{good} : QStringList());
+    QVERIFY(!QSettings().contains(QStringLiteral("/recentmap1")));
+    QVERIFY(m_window->currentMapPath().isEmpty());
+    QCOMPARE(m_window->windowTitle(), QStringLiteral("Orrery"));
     const auto *progress = m_window->findChild<ModelProgressDialog *>();
     QVERIFY(progress && !progress->isVisible());
     const QList<QTimer *> timers = progress->findChildren<QTimer *>();
@@ -269,29 +212,25 @@ void tst_Kestrel::recentMapsMenuOpensTheChosenMap()
     QCOMPARE(m_window->ui().m_recentMapsMenu->actions().size(), 2);
 }
 
-void tst_Kestrel::recentMapsSurviveARestart()
-{
-    const QString a = copyOfExample(QStringLiteral("a.map"));
-    const QString b = copyOfExample(QStringLiteral("b.map"));
-    QVERIFY(m_window->openMap(a));
-    QVERIFY(m_window->openMap(b));
-    m_window.reset();
-    makeWindow();
-    QCOMPARE(m_window->recentMaps(), (QStringList{b, a}));
-    QCOMPARE(m_window->ui().m_recentMapsActionGroup->actions().size(), 2);
-}
-
-void tst_Kestrel::recentMapsFollowTheirSettings()
+// The window reads the recent maps and their settings at start: at most "/num_recent_maps"
+// of them, the menu hidden when "/recent_maps_enabled" is off, newest first after a restart.
+void tst_Kestrel::recentMapsFollowTheirSettingsAcrossARestart()
 {
     QSettings().setValue(QStringLiteral("/num_recent_maps"), 2);
     QSettings().setValue(QStringLiteral("/recent_maps_enabled"), false);
     makeWindow();
-    for (const char *name : {"a.map", "b.map", "c.map"})
-        QVERIFY(m_window->openMap(copyOfExample(QLatin1String(name))));
-    QCOMPARE(m_window->recentMaps().size(), 2);
+    QStringList opened;
+    for (const char *name : {"a.map", "b.map", "c.map"}) {
+        opened.prepend(copyOfExample(QLatin1String(name)));
+        QVERIFY(m_window->openMap(opened.constFirst()));
+    }
+    QCOMPARE(m_window->recentMaps(), opened.mid(0, 2));
     QVERIFY(!m_window->ui().m_recentMapsMenu->menuAction()->isVisible());
-    QVERIFY(m_window->ui().m_fileMenu->actions().contains(
-        m_window->ui().m_recentMapsMenu->menuAction()));
+    m_window.reset();
+    makeWindow();
+    QCOMPARE(m_window->recentMaps(), opened.mid(0, 2));
+    QCOMPARE(m_window->ui().m_recentMapsActionGroup->actions().size(), 2);
+    QVERIFY(!m_window->ui().m_recentMapsMenu->menuAction()->isVisible());
 }
 
 void tst_Kestrel::editThenSaveThenReopen()
@@ -354,46 +293,46 @@ void tst_Kestrel::cancelInTheQuestionLeavesEverything()
     QVERIFY(m_window->isVisible());
 }
 
-void tst_Kestrel::noInTheQuestionDiscards()
+
+
+
+// "New" on a changed map: No discards it, Yes saves it first (and a cancelled save dialog
+// keeps everything, since the save it asked for did not happen).
+void tst_Kestrel::saveQuestionBeforeNew_data()
 {
-    const QString path = copyOfExample(QStringLiteral("site.map"));
-    QVERIFY(m_window->openMap(path));
-    m_window->setDirty(true);
-    m_prompts->messageAnswers.enqueue(QMessageBox::No);
-    m_window->ui().newMapAction->trigger();
-    QCOMPARE(m_window->model().lightCount(), 0);
-    QVERIFY(m_window->currentMapPath().isEmpty());
-    QVERIFY(!m_window->isDirty());
-    QCOMPARE(m_window->windowTitle(), QStringLiteral("Orrery"));
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<QString>("file"); // the save dialog's answer; empty: cancelled
+    QTest::addColumn<int>("suppliesLeft");
+    QTest::addColumn<int>("suppliesSaved"); // -1: no file written
+    QTest::newRow("no discards") << int(QMessageBox::No) << "" << 0 << -1;
+    QTest::newRow("yes saves first") << int(QMessageBox::Yes) << "untitled" << 0 << 1;
+    QTest::newRow("yes, save cancelled") << int(QMessageBox::Yes) << "" << 1 << -1;
 }
 
-void tst_Kestrel::yesInTheQuestionSavesFirst()
+void tst_Kestrel::saveQuestionBeforeNew()
 {
+    QFETCH(int, answer);
+    QFETCH(QString, file);
+    QFETCH(int, suppliesLeft);
+    QFETCH(int, suppliesSaved);
     m_prompts->itemAnswers.enqueue(QStringLiteral("Vistra Interface"));
     m_window->ui().addInterfaceAction->trigger();
     QVERIFY(m_window->isDirty());
-    const QString target = m_dir->filePath(QStringLiteral("untitled"));
-    m_prompts->messageAnswers.enqueue(QMessageBox::Yes);
-    m_prompts->fileAnswers.enqueue(target);
+    m_prompts->messageAnswers.enqueue(QMessageBox::StandardButton(answer));
+    if (!file.isEmpty())
+        m_prompts->fileAnswers.enqueue(m_dir->filePath(file));
     m_window->ui().newMapAction->trigger();
 
-    QVERIFY(QFile::exists(target + QStringLiteral(".map")));
-    QCOMPARE(m_window->model().dataSupplyCount(), 0);
+    QCOMPARE(m_window->model().dataSupplyCount(), suppliesLeft);
+    QCOMPARE(m_window->isDirty(), suppliesLeft > 0);
     QVERIFY(m_window->currentMapPath().isEmpty());
-    MapModel reread;
-    QVERIFY(reread.loadFromFile(target + QStringLiteral(".map")));
-    QCOMPARE(reread.dataSupplyCount(), 1);
-}
-
-void tst_Kestrel::cancelledSaveStopsTheNewMap()
-{
-    m_prompts->itemAnswers.enqueue(QStringLiteral("Vistra Interface"));
-    m_window->ui().addInterfaceAction->trigger();
-    m_prompts->messageAnswers.enqueue(QMessageBox::Yes);
-    // No file answer: the save dialog is cancelled, so the unsaved interface must stay.
-    m_window->ui().newMapAction->trigger();
-    QCOMPARE(m_window->model().dataSupplyCount(), 1);
-    QVERIFY(m_window->isDirty());
+    const QString saved = m_dir->filePath(file + QStringLiteral(".map"));
+    QCOMPARE(QFile::exists(saved), suppliesSaved >= 0);
+    if (suppliesSaved >= 0) {
+        MapModel reread;
+        QVERIFY(reread.loadFromFile(saved));
+        QCOMPARE(reread.dataSupplyCount(), suppliesSaved);
+    }
 }
 
 void tst_Kestrel::saveAppendsTheMapSuffix_data()
@@ -423,8 +362,6 @@ void tst_Kestrel::saveAppendsTheMapSuffix()
     m_window->ui().saveMapAction->trigger();
 
     QCOMPARE(m_prompts->asked.at(0).kind, QStringLiteral("save"));
-    QCOMPARE(m_prompts->asked.at(0).title, QStringLiteral("Select A Map File"));
-    QCOMPARE(m_prompts->asked.at(0).text, QStringLiteral("Map Files (*.map)"));
     const QString expected = folder + QLatin1Char('/') + written;
     QVERIFY(QFile::exists(expected));
     QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{written});
@@ -524,13 +461,10 @@ void tst_Kestrel::livePlayToggleFollowsEverywhere()
     action->trigger();
     QVERIFY(!m_window->isLivePlay());
     QVERIFY(!m_window->model().livePlay());
-    QCOMPARE(action->text(), QStringLiteral("Live Play Disabled"));
-    QCOMPARE(m_window->ui().m_livePlayIndicator->text(), QStringLiteral("Live Play Disabled"));
-    QCOMPARE(m_window->ui().m_livePlayIndicator->toolTip(), QStringLiteral("Toggle Live Play"));
+    QCOMPARE(m_window->ui().m_livePlayIndicator->text(), action->text());
     m_window->ui().m_livePlayIndicator->click();
     QVERIFY(m_window->isLivePlay());
     QVERIFY(action->isChecked());
-    QCOMPARE(action->text(), QStringLiteral("Live Play Enabled"));
 
     // "/live_play" decides the state at start; a loaded map follows the window's state.
     QSettings().setValue(QStringLiteral("/live_play"), false);
@@ -541,29 +475,16 @@ void tst_Kestrel::livePlayToggleFollowsEverywhere()
     QVERIFY(!m_window->model().livePlay());
 }
 
-void tst_Kestrel::addInterfaceCreatesANewSupply()
+
+void tst_Kestrel::addInterfaceOpensTheEditorOnTheNewSupply()
 {
-    const quint64 before = m_window->model().newUid();
+    // No type chosen: nothing is added.
     m_prompts->itemAnswers.enqueue(std::nullopt);
     m_window->ui().addInterfaceAction->trigger();
     QCOMPARE(m_window->model().dataSupplyCount(), 0);
     QVERIFY(!m_window->isDirty());
-    QCOMPARE(m_prompts->asked.at(0).title, QStringLiteral("Interface Type"));
-    QCOMPARE(m_prompts->asked.at(0).text,
-             QStringLiteral("Please choose what type of Interface to add."));
 
-    m_prompts->itemAnswers.enqueue(QStringLiteral("Vistra Interface"));
-    m_window->ui().addInterfaceAction->trigger();
-    QCOMPARE(m_window->model().dataSupplyCount(), 1);
-    const DataSupply *supply = m_window->model().dataSupplies().constFirst();
-    QCOMPARE(supply->name(), QStringLiteral("New Vistra Interface"));
-    QCOMPARE(supply->type(), 2u);
-    QVERIFY(supply->uid() > before);
-    QVERIFY(m_window->isDirty());
-}
-
-void tst_Kestrel::addInterfaceOpensTheEditorOnTheNewSupply()
-{
+    const quint64 before = m_window->model().newUid();
     m_prompts->itemAnswers.enqueue(QStringLiteral("Vistra Interface"));
     quint64 edited = 0;
     m_prompts->dialogScripts.enqueue([&edited](QDialog &dialog) {
@@ -582,6 +503,8 @@ void tst_Kestrel::addInterfaceOpensTheEditorOnTheNewSupply()
     QCOMPARE(m_prompts->asked.last().title, QStringLiteral("Interface Editor"));
     const DataSupply *supply = m_window->model().dataSupplies().constFirst();
     QCOMPARE(edited, supply->uid());
+    QVERIFY(supply->uid() > before);
+    QCOMPARE(supply->type(), 2u);
     QCOMPARE(supply->name(), QStringLiteral("Arcade Gate"));
     QCOMPARE(supply->ipText(), QByteArray("10.0.4.20"));
     QVERIFY(m_window->isDirty());
@@ -673,22 +596,15 @@ void tst_Kestrel::rejectedEditorLeavesTheMapClean()
     QVERIFY(!m_window->isDirty());
 }
 
+// The devices tab leaves its tree until it is shown, then follows the map.
 void tst_Kestrel::devicesTabFollowsTheMap()
 {
-    QTabWidget *tabs = m_window->lightTabs();
-    QCOMPARE(tabs->parentWidget(), m_window->ui().m_lightFrame);
-    QCOMPARE(tabs->count(), 2);
-    QCOMPARE(tabs->tabText(1), QStringLiteral("Devices"));
-    QCOMPARE(tabs->widget(0), m_window->lightView());
-    QCOMPARE(tabs->widget(1), m_window->deviceView());
-
     QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
     DeviceView *devices = m_window->deviceView();
-    // Hidden behind the lights tab, the tree waits to be looked at.
     QTest::qWait(20);
     QVERIFY(devices->isRebuildPending());
     m_window->show();
-    tabs->setCurrentWidget(devices);
+    m_window->lightTabs()->setCurrentWidget(devices);
     QTRY_VERIFY(!devices->isRebuildPending());
     QTreeWidgetItem *kind = devices->kindItem(QStringLiteral("Vela Graze RGB"));
     QVERIFY(kind);
@@ -717,17 +633,6 @@ void tst_Kestrel::savedMapCarriesDefinitionProperties()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray text = file.readAll();
     QCOMPARE(text.count("<LED_CHEMISTRY>"), m_window->model().lightCount());
-}
-
-void tst_Kestrel::backgroundImageMakesTheMapDirty()
-{
-    const QString image = m_dir->filePath(QStringLiteral("plan.png"));
-    m_prompts->fileAnswers.enqueue(image);
-    m_window->ui().addBackgroundImageAction->trigger();
-    QCOMPARE(m_prompts->asked.at(0).title, QStringLiteral("Select a Background Image File"));
-    QCOMPARE(m_prompts->asked.at(0).text, QStringLiteral("Image Files (*.png *.jpg *.bmp *.gif)"));
-    QCOMPARE(m_window->model().imageFile(), image);
-    QVERIFY(m_window->isDirty());
 }
 
 // Selecting in either pane (or Select All Lights) becomes what the selection effect lights.
@@ -784,19 +689,30 @@ void tst_Kestrel::paneSelectionLightsTheFixtures()
     QCOMPARE(model.light(expected.constFirst())->output().color(), VelaColor(Qt::red));
 }
 
+void tst_Kestrel::backgroundImageMakesTheMapDirty()
+{
+    const QString image = m_dir->filePath(QStringLiteral("plan.png"));
+    m_prompts->fileAnswers.enqueue(image);
+    m_window->ui().addBackgroundImageAction->trigger();
+    QCOMPARE(m_window->model().imageFile(), image);
+    QVERIFY(m_window->isDirty());
+}
+
+// The about box names the version the program was built as, with the commit's date and hash.
 void tst_Kestrel::aboutShowsTheVersion()
 {
     m_window->ui().aboutAction->trigger();
     QCOMPARE(m_prompts->asked.size(), 1);
     QCOMPARE(m_prompts->asked.at(0).kind, QStringLiteral("about"));
-    const QRegularExpression version(QStringLiteral("^Version: \\d+\\.\\d+\\.\\d+ \\S+-\\S+$"));
-    QVERIFY2(version.match(m_prompts->asked.at(0).text).hasMatch(),
-             qPrintable(m_prompts->asked.at(0).text));
-    const AboutDialog about(m_prompts->asked.at(0).text);
+    const QString version = m_prompts->asked.at(0).text;
+    QVERIFY2(QRegularExpression(QStringLiteral("^Version: \\d+\\.\\d+\\.\\d+ \\S+-\\S+$"))
+                 .match(version)
+                 .hasMatch(),
+             qPrintable(version));
+    const AboutDialog about(version);
     const QLabel *label = about.findChild<QLabel *>(QStringLiteral("m_versionLabel"));
     QVERIFY(label);
-    QCOMPARE(label->text(), m_prompts->asked.at(0).text);
-    QCOMPARE(label->font().family(), QStringLiteral("Verdana"));
+    QCOMPARE(label->text(), version);
 }
 
 void tst_Kestrel::discoveryActionsOpenOneDialogAtATime_data()
@@ -832,10 +748,13 @@ void tst_Kestrel::discoveryActionsOpenOneDialogAtATime()
     }
     QCOMPARE(open, 1);
     QCOMPARE(m_window->discoveryDialog(), dialog.data());
+    // What the dialog adds to the map makes the window's map changed, so it is not lost.
+    QVERIFY(!m_window->isDirty());
+    QVERIFY(QMetaObject::invokeMethod(dialog, "setDirty", Q_ARG(bool, true)));
+    QVERIFY(m_window->isDirty());
     dialog->reject();
     QTRY_VERIFY(!dialog);
     QVERIFY(!m_window->discoveryDialog());
-    QVERIFY(!m_window->isDirty());
 }
 
 QTEST_MAIN(tst_Kestrel)

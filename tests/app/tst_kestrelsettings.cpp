@@ -12,9 +12,8 @@ class tst_KestrelSettings : public QObject
 private slots:
     void initTestCase() { m_settings = std::make_unique<TestSettings>(); }
     void init() { TestSettings::clear(); }
-    void defaultsAreWrittenUnderTheirKeys_data();
-    void defaultsAreWrittenUnderTheirKeys();
-    void storedValuesAreReadBack();
+    void keysAndDefaults_data();
+    void keysAndDefaults();
     void nonsenseNumbersFallBackToDefaults_data();
     void nonsenseNumbersFallBackToDefaults();
 
@@ -22,71 +21,52 @@ private:
     std::unique_ptr<TestSettings> m_settings;
 };
 
-void tst_KestrelSettings::defaultsAreWrittenUnderTheirKeys_data()
+// Each setting: its key, the default written for it, and a stored value read back.
+void tst_KestrelSettings::keysAndDefaults_data()
 {
     QTest::addColumn<QString>("key");
-    QTest::addColumn<QVariant>("value");
-    QTest::newRow("map_path") << "/map_path" << QVariant(QStringLiteral("./"));
-    QTest::newRow("show_grid") << "/show_grid" << QVariant(true);
-    QTest::newRow("snap_grid") << "/snap_grid" << QVariant(true);
-    QTest::newRow("canvas_width") << "/canvas_width" << QVariant(10000);
-    QTest::newRow("canvas_height") << "/canvas_height" << QVariant(10000);
-    QTest::newRow("grid") << "/grid" << QVariant(12);
-    QTest::newRow("zoom") << "/zoom" << QVariant(10);
-    QTest::newRow("recent_maps_enabled") << "/recent_maps_enabled" << QVariant(true);
-    QTest::newRow("num_recent_maps") << "/num_recent_maps" << QVariant(5);
-    QTest::newRow("live_play") << "/live_play" << QVariant(true);
-    QTest::newRow("frame_rate") << "/frame_rate" << QVariant(10);
+    QTest::addColumn<QVariant>("defaultValue");
+    QTest::addColumn<QVariant>("stored");
+    QTest::newRow("map_path") << "/map_path" << QVariant("./") << QVariant("/srv/maps");
+    QTest::newRow("show_grid") << "/show_grid" << QVariant(true) << QVariant(false);
+    QTest::newRow("snap_grid") << "/snap_grid" << QVariant(true) << QVariant(false);
+    QTest::newRow("canvas_width") << "/canvas_width" << QVariant(10000) << QVariant(20000);
+    QTest::newRow("canvas_height") << "/canvas_height" << QVariant(10000) << QVariant(30000);
+    QTest::newRow("grid") << "/grid" << QVariant(12) << QVariant(24);
+    QTest::newRow("zoom") << "/zoom" << QVariant(10) << QVariant(3);
+    QTest::newRow("recent_maps_enabled") << "/recent_maps_enabled" << QVariant(true)
+                                         << QVariant(false);
+    QTest::newRow("num_recent_maps") << "/num_recent_maps" << QVariant(5) << QVariant(9);
+    QTest::newRow("live_play") << "/live_play" << QVariant(true) << QVariant(false);
+    QTest::newRow("frame_rate") << "/frame_rate" << QVariant(10) << QVariant(25);
 }
 
-void tst_KestrelSettings::defaultsAreWrittenUnderTheirKeys()
+void tst_KestrelSettings::keysAndDefaults()
 {
     QFETCH(QString, key);
-    QFETCH(QVariant, value);
-    KestrelSettings loaded;
-    {
-        QSettings empty;
-        loaded.load(empty);
-    }
-    QSettings settings;
-    loaded.save(settings);
-    settings.sync();
-    QCOMPARE(settings.allKeys().size(), 11);
-    QVERIFY2(settings.contains(key), qPrintable(key));
-    QCOMPARE(settings.value(key).toString(), value.toString());
-}
-
-void tst_KestrelSettings::storedValuesAreReadBack()
-{
-    KestrelSettings changed;
-    changed.mapPath = QStringLiteral("/srv/maps");
-    changed.showGrid = false;
-    changed.snapGrid = false;
-    changed.canvasWidth = 20000;
-    changed.canvasHeight = 30000;
-    changed.grid = 24;
-    changed.zoom = 3;
-    changed.recentMapsEnabled = false;
-    changed.numRecentMaps = 9;
-    changed.livePlay = false;
-    changed.frameRate = 25;
-    {
-        QSettings settings;
-        changed.save(settings);
-    }
+    QFETCH(QVariant, defaultValue);
+    QFETCH(QVariant, stored);
     KestrelSettings loaded;
     loaded.load(QSettings());
-    QCOMPARE(loaded.mapPath, changed.mapPath);
-    QCOMPARE(loaded.showGrid, false);
-    QCOMPARE(loaded.snapGrid, false);
-    QCOMPARE(loaded.canvasWidth, 20000);
-    QCOMPARE(loaded.canvasHeight, 30000);
-    QCOMPARE(loaded.grid, 24);
-    QCOMPARE(loaded.zoom, 3);
-    QCOMPARE(loaded.recentMapsEnabled, false);
-    QCOMPARE(loaded.numRecentMaps, 9);
-    QCOMPARE(loaded.livePlay, false);
-    QCOMPARE(loaded.frameRate, 25);
+    {
+        QSettings settings;
+        loaded.save(settings);
+    }
+    QSettings settings;
+    QCOMPARE(settings.allKeys().size(), 11);
+    QCOMPARE(settings.value(key).toString(), defaultValue.toString());
+
+    // A stored value is read back, and written again under the same key.
+    settings.setValue(key, stored);
+    settings.sync();
+    KestrelSettings changed;
+    changed.load(QSettings());
+    TestSettings::clear();
+    {
+        QSettings again;
+        changed.save(again);
+    }
+    QCOMPARE(QSettings().value(key).toString(), stored.toString());
 }
 
 void tst_KestrelSettings::nonsenseNumbersFallBackToDefaults_data()

@@ -37,7 +37,7 @@ private slots:
     void progressStepsAndCancel();
     void undoRemovesTheWholeCreation();
     void stringSettingsRestoredOnReopen();
-    void tileWhiteAndModuleOpenTheirDialogs();
+    void whiteLightsAndModules();
 
 private:
     using Fill = std::function<void(QDialog &)>;
@@ -60,9 +60,7 @@ private:
 
 void tst_LightCreation::initTestCase()
 {
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     m_settings = std::make_unique<TestSettings>();
 }
 
@@ -279,16 +277,10 @@ void tst_LightCreation::stringSettingsRestoredOnReopen()
     QCOMPARE(m_window->model().lightCount(), 7);
 }
 
-void tst_LightCreation::tileWhiteAndModuleOpenTheirDialogs()
+// "Add White Lights" offers only one-channel fixtures, packed one channel apart; "Add Module"
+// makes one light of the type chosen first.
+void tst_LightCreation::whiteLightsAndModules()
 {
-    bool tile = false;
-    m_prompts->dialogScripts.enqueue([&tile](QDialog &d) {
-        tile = child<QAbstractButton>(d, "m_tileButton")->isChecked();
-        return int(QDialog::Rejected);
-    });
-    m_window->ui().addTileAction->trigger();
-    QVERIFY(tile);
-
     QStringList types;
     press([&types](QDialog &d) {
         auto *combo = child<QComboBox>(d, "m_fixtureTypeComboBox");
@@ -299,7 +291,6 @@ void tst_LightCreation::tileWhiteAndModuleOpenTheirDialogs()
     m_window->ui().addWhiteLightsAction->trigger();
     QVERIFY(types.contains("Generic White"));
     QVERIFY(!types.contains("Generic 3-Ch"));
-    // White lights take one channel each.
     QCOMPARE(names(), QStringList({"Light  01-001@0", "Light  01-002@1"}));
 
     m_prompts->itemAnswers.enqueue(QStringLiteral("Generic RGBW"));

@@ -75,9 +75,7 @@ void tst_NetworkOptions::broadcastChoice()
 
 void tst_NetworkOptions::demoStaysOnLoopbackAndAnswers()
 {
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     // The demonstration wins over any broadcast the user chose for real installations.
     QSettings().setValue(NetworkOptions::kBroadcastSetting, QStringLiteral("192.168.7.255"));
     QObject owner;

@@ -27,7 +27,6 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
-    void dialogDefaultsAndRanges();
     void okAppliesCancelKeeps_data();
     void okAppliesCancelKeeps();
 
@@ -39,9 +38,7 @@ private:
 
 void tst_Preferences::initTestCase()
 {
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     m_settings = std::make_unique<TestSettings>();
 }
 
@@ -56,23 +53,6 @@ void tst_Preferences::init()
 void tst_Preferences::cleanup()
 {
     m_window.reset();
-}
-
-void tst_Preferences::dialogDefaultsAndRanges()
-{
-    EditPreferencesDialog dialog;
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Edit Preferences"));
-    QCOMPARE(dialog.frameRate(), 40);
-    QCOMPARE(dialog.canvasWidth(), 10000);
-    QCOMPARE(dialog.canvasHeight(), 10000);
-    QCOMPARE(dialog.numRecentMaps(), 5);
-    dialog.setCanvasWidth(60000);
-    dialog.setCanvasHeight(500);
-    dialog.setFrameRate(0);
-    QCOMPARE(dialog.canvasWidth(), 50000);
-    QCOMPARE(dialog.canvasHeight(), 10000);
-    QCOMPARE(dialog.frameRate(), 1);
-    QCOMPARE(dialog.findChild<QSpinBox *>("m_canvasWidthSpinBox")->singleStep(), 100);
 }
 
 void tst_Preferences::okAppliesCancelKeeps_data()

@@ -28,6 +28,14 @@
 #include "ui/lightview.h"
 #include "ui/lighttreemodel.h"
 #include "ui/uiresources.h"
+#include "devices/deviceresources.h"
+#include "discovery/discoveryengine.h"
+#include "net/ksocket.h"
+#include "ui/discoverinterfaceswizard.h"
+#include "ui/discoverlightswizard.h"
+#include "ui/lightdiscoverpage.h"
+#include "ui/lightreadpage.h"
+#include "ui/syncinterfacesdialog.h"
 #include "ui/widgetuserprompts.h"
 
 #include <QAbstractButton>
@@ -61,9 +69,11 @@ private slots:
     void creationDialogsAndCanvas();
     void preferences();
     void printPreview();
+    void discoveryWizardPages();
 
 private:
     void save(const QImage &image, const QString &name);
+    void grab(QWidget *widget, const QString &name);
     std::unique_ptr<Kestrel> windowWithExample();
 
     std::unique_ptr<TestSettings> m_settings;
@@ -77,12 +87,16 @@ void tst_Screenshots::initTestCase()
     if (m_out.isEmpty())
         QSKIP("set ORRERY_SCREENSHOT_DIR to write screenshots");
     // The window will own the discovery engine, which announces itself on the network.
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     QVERIFY(QDir().mkpath(m_out));
     m_settings = std::make_unique<TestSettings>();
     initUiResources();
+}
+
+void tst_Screenshots::grab(QWidget *widget, const QString &name)
+{
+    QCoreApplication::processEvents();
+    save(widget->grab().toImage(), name);
 }
 
 void tst_Screenshots::save(const QImage &image, const QString &name)
@@ -221,6 +235,84 @@ void tst_Screenshots::iconSheet()
     }
     painter.end();
     save(sheet, QStringLiteral("icons.png"));
+}
+
+// Every page of the discovery wizards against the simulated installation on loop-back.
+void tst_Screenshots::discoveryWizardPages()
+{
+    DeviceResources::registerResources();
+    KSocket::setDefaultBroadcastAddress(QHostAddress(QStringLiteral("127.255.255.255")));
+    Simulator simulator(SimInstallation::builtIn());
+    QString error;
+    QVERIFY2(simulator.start(&error), qPrintable(error));
+
+    MapModel model;
+    DiscoveryEngine engine;
+    {
+        DiscoverInterfacesWizard wizard(model, engine);
+        wizard.setListenMs(600);
+        wizard.show();
+        grab(&wizard, QStringLiteral("wizard-01-interfaces-intro.png"));
+        wizard.next();
+        QTRY_VERIFY(!wizard.isSearching());
+        grab(&wizard, QStringLiteral("wizard-02-interfaces-found.png"));
+        wizard.accept();
+    }
+    {
+        // A supply that is in the map but not on the network, for the pages that show silence.
+        auto gone = std::make_unique<DataSupply>(DataSupply::VistraIp);
+        gone->setUid(model.newUid());
+        gone->setName(QStringLiteral("Gone Supply"));
+        gone->setSerialNumber(0x4C5F0009);
+        gone->setVersion(2);
+        gone->setIpAddress(QHostAddress(QStringLiteral("127.0.9.9")));
+        model.addDataSupply(std::move(gone));
+        DiscoverInterfacesWizard wizard(model, engine);
+        wizard.setListenMs(600);
+        wizard.show();
+        wizard.next();
+        QTRY_VERIFY(!wizard.isSearching());
+        grab(&wizard, QStringLiteral("wizard-03-interfaces-again-in-map.png"));
+        wizard.reject();
+    }
+    DiscoverLightsWizard wizard(model, engine);
+    wizard.setListenMs(800);
+    wizard.show();
+    grab(&wizard, QStringLiteral("wizard-04-lights-controller.png"));
+    wizard.next();
+    QTRY_VERIFY(wizard.discoverPage()->lights().size() > 40);
+    grab(&wizard, QStringLiteral("wizard-05-lights-discover-scanning.png"));
+    QTRY_VERIFY(!wizard.discoverPage()->isScanning());
+    grab(&wizard, QStringLiteral("wizard-06-lights-discover-done.png"));
+    wizard.next();
+    grab(&wizard, QStringLiteral("wizard-07-lights-choose.png"));
+    simulator.setFaults(SimFaults{0, 0, 1.0, 40, 3});
+    wizard.next();
+    LightReadPage *read = wizard.readPage();
+    QTRY_VERIFY(read->reader()->readCount() >= read->reader()->total() / 3);
+    grab(&wizard, QStringLiteral("wizard-08-lights-read-midway.png"));
+    read->cancelReading();
+    grab(&wizard, QStringLiteral("wizard-09-lights-read-cancelled.png"));
+    simulator.setFaults(SimFaults{});
+    read->retryUnfinished();
+    QTRY_VERIFY_WITH_TIMEOUT(!read->isReading(), 60000);
+    grab(&wizard, QStringLiteral("wizard-10-lights-read-finished.png"));
+    wizard.accept();
+
+    // Sync: one supply moved to another address, the gone one stays silent.
+    for (DataSupply *supply : model.dataSupplies()) {
+        if (supply->name() == QLatin1String("Sim Supply Two")) {
+            supply->setIpAddress(QHostAddress(QStringLiteral("127.0.1.99")));
+            supply->setVersion(1);
+        }
+    }
+    SyncInterfacesDialog sync(model, engine);
+    sync.setListenMs(600);
+    sync.show();
+    sync.start();
+    grab(&sync, QStringLiteral("wizard-11-sync-looking.png"));
+    QTRY_VERIFY(!sync.isSearching());
+    grab(&sync, QStringLiteral("wizard-12-sync-result.png"));
 }
 
 void tst_Screenshots::demonstrationFirstWindow()

@@ -10,12 +10,11 @@
 
 namespace {
 
-const QString kExample = QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map");
 const QString kCli = QStringLiteral(ORRERY_BINARY_DIR "/tools/cli/orrery-cli");
 
 } // namespace
 
-// `orrery-cli highlight` as a user runs it: refusals before any output, then the lights of
+// `orrery-cli highlight` as a user runs it (its refusals are in tst_cli): the lights of
 // a simulated installation lit through the same road as the window's.
 class tst_CliHighlight : public QObject
 {
@@ -23,51 +22,12 @@ class tst_CliHighlight : public QObject
 
 private slots:
     void initTestCase();
-    void refusals_data();
-    void refusals();
     void lightsTheChosenSupplyOfASimulatedInstallation();
 };
 
 void tst_CliHighlight::initTestCase()
 {
-    const QString reason = NetNamespace::enterOwn();
-    if (!reason.isEmpty())
-        QSKIP(qPrintable(reason));
-}
-
-void tst_CliHighlight::refusals_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("message");
-
-    const QString broken = QStringLiteral(ORRERY_SOURCE_DIR "/README.md");
-    QTest::newRow("unknown light") << QStringList{kExample, "--light", "DEADBEEF"} << 2
-                                   << "the map holds no light with uid DEADBEEF";
-    QTest::newRow("not a uid") << QStringList{kExample, "--group", "zz"} << 2
-                               << "not a hexadecimal uid: zz";
-    QTest::newRow("fps 0") << QStringList{kExample, "--fps", "0"} << 2
-                           << "--fps takes a whole number from 1 to 100";
-    QTest::newRow("fps 101") << QStringList{kExample, "--fps", "101"} << 2
-                             << "--fps takes a whole number from 1 to 100";
-    QTest::newRow("negative duration") << QStringList{kExample, "--for", "-5"} << 2
-                                       << "--for takes a number of milliseconds";
-    QTest::newRow("unknown colour") << QStringList{kExample, "--fg", "ultraviolet"} << 2
-                                    << "--fg takes a colour name";
-    QTest::newRow("two maps") << QStringList{kExample, kExample} << 2 << "takes one MAP";
-    QTest::newRow("missing map") << QStringList{"/nonexistent/x.map"} << 1 << "no such file";
-    QTest::newRow("not a map") << QStringList{broken} << 1 << "failed to load map";
-}
-
-void tst_CliHighlight::refusals()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(int, status);
-    QFETCH(QString, message);
-    const ProgramRun run = cli(QStringList{"highlight", "--for", "0"} + arguments);
-    QCOMPARE(run.status, status);
-    QVERIFY2(run.err.contains(message.toUtf8()), run.err.constData());
-    QVERIFY(!run.out.contains("Highlighting"));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
 }
 
 void tst_CliHighlight::lightsTheChosenSupplyOfASimulatedInstallation()

@@ -1,3 +1,4 @@
+#include "support/mapbuild.h"
 #include "devices/definitionpropertyformat.h"
 #include "devices/deviceresources.h"
 #include "devices/propertymapper.h"
@@ -5,7 +6,6 @@
 #include "model/light.h"
 #include "model/mapmodel.h"
 
-#include <QBuffer>
 #include <QSignalSpy>
 #include <QXmlStreamReader>
 #include <QtTest>
@@ -69,18 +69,11 @@ PropertyList pairs(const QString &text)
     return list;
 }
 
+using MapBuild::load;
+
 QByteArray save(MapModel &model)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    return model.saveToDevice(buffer) ? buffer.data() : QByteArray();
-}
-
-bool load(MapModel &model, QByteArray bytes)
-{
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    return model.loadFromDevice(buffer);
+    return MapBuild::saved(model);
 }
 
 } // namespace

@@ -26,16 +26,11 @@ private slots:
     void deviceType();
     void serialRanges();
     void memoryMapByNameLaterWins();
-    void fileVerification_data();
-    void fileVerification();
     void staticValues_data();
     void staticValues();
-    void sftNumbers_data();
-    void sftNumbers();
-    void discoverPort_data();
-    void discoverPort();
     void tintlockProfiles();
-    void bootloaderInfo();
+    void metadata_data();
+    void metadata();
     void unreadableFiles_data();
     void unreadableFiles();
     void wrongTypesAreSkippedSilently();
@@ -101,43 +96,6 @@ void tst_DeviceEntry::memoryMapByNameLaterWins()
              QStringList{QStringLiteral("Json file missing read/write addresses or is invalid")});
 }
 
-void tst_DeviceEntry::fileVerification_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<bool>("verified");
-    QTest::addColumn<QString>("by");
-    QTest::addColumn<QString>("date");
-
-    QTest::newRow("none") << QByteArray("{\"DeviceName\": \"X\"}") << false << "Not Verified"
-                          << "Not Verified";
-    QTest::newRow("one record")
-        << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
-                          "Verified Date": "10-15-2018"}]})json")
-        << true << "AB"
-        << "10-15-2018";
-    QTest::newRow("later record overwrites what it holds")
-        << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
-                          "Verified Date": "10-15-2018"}, {"Verified By": "CD"}]})json")
-        << true << "CD"
-        << "10-15-2018";
-    QTest::newRow("not an array") << QByteArray(
-                                         R"json({"FileVerification": {"Verified": true}})json")
-                                  << false << "Not Verified"
-                                  << "Not Verified";
-}
-
-void tst_DeviceEntry::fileVerification()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(bool, verified);
-    QFETCH(QString, by);
-    QFETCH(QString, date);
-    const DeviceEntry::FileVerification record = entry(json).fileVerification();
-    QCOMPARE(record.verified, verified);
-    QCOMPARE(record.verifiedBy, by);
-    QCOMPARE(record.date, date);
-}
-
 void tst_DeviceEntry::staticValues_data()
 {
     QTest::addColumn<QByteArray>("element");
@@ -173,48 +131,6 @@ void tst_DeviceEntry::staticValues()
     QCOMPARE(e.staticValues().size(), 1);
 }
 
-void tst_DeviceEntry::sftNumbers_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QStringList>("numbers");
-
-    QTest::newRow("bare string") << QByteArray(R"json({"SFTNumbers": "SFT-000123-00"})json")
-                                 << QStringList{"SFT-000123-00"};
-    QTest::newRow("array") << QByteArray(R"json({"SFTNumbers": ["SFT-1", "SFT-2"]})json")
-                           << QStringList{"SFT-1", "SFT-2"};
-    QTest::newRow("missing") << QByteArray(R"json({"DeviceName": "X"})json") << QStringList();
-    QTest::newRow("number") << QByteArray(R"json({"SFTNumbers": 123})json") << QStringList();
-}
-
-void tst_DeviceEntry::sftNumbers()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(QStringList, numbers);
-    QCOMPARE(entry(json).sftNumbers(), numbers);
-}
-
-void tst_DeviceEntry::discoverPort_data()
-{
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<int>("port");
-
-    QTest::newRow("decimal text") << QByteArray(R"json({"DiscoverPort": "6100"})json") << 6100;
-    QTest::newRow("number has no text form")
-        << QByteArray(R"json({"DiscoverPort": 6100})json") << 6038;
-    QTest::newRow("not a number") << QByteArray(R"json({"DiscoverPort": "port"})json") << 6038;
-    QTest::newRow("beyond 16 bits") << QByteArray(R"json({"DiscoverPort": "70000"})json") << 6038;
-    QTest::newRow("hex is not decimal")
-        << QByteArray(R"json({"DiscoverPort": "0x17"})json") << 6038;
-    QTest::newRow("missing") << QByteArray(R"json({"DeviceName": "X"})json") << 0;
-}
-
-void tst_DeviceEntry::discoverPort()
-{
-    QFETCH(QByteArray, json);
-    QFETCH(int, port);
-    QCOMPARE(int(entry(json).discoverPort()), port);
-}
-
 void tst_DeviceEntry::tintlockProfiles()
 {
     const DeviceEntry e = entry(R"json({"TintlockProfiles": [
@@ -236,22 +152,73 @@ void tst_DeviceEntry::tintlockProfiles()
     QVERIFY(!e.profileId(QStringLiteral("RGBAW")));
 }
 
-void tst_DeviceEntry::bootloaderInfo()
+// The fields that describe a definition file rather than the device, one line each.
+QString metadataOf(const DeviceEntry &e)
 {
-    const DeviceEntry e = entry(R"json({"BootloaderInfo": {
-        "BLRev": 3, "ProcName": "TVR-M0-64", "Heirarchy": 1, "FileType": "Intel HEX",
-        "WordSize": 2, "WordCount": "00020000", "VerLoc": "0x01F7F8", "BLID": "BXQRTLMN0000",
-        "Unlisted": 5
-    }})json");
-    QCOMPARE(e.bootloaderValue(QStringLiteral("BLRev")), QVariant(qint64(3)));
-    QCOMPARE(e.bootloaderValue(QStringLiteral("ProcName")).toString(), QStringLiteral("TVR-M0-64"));
-    QCOMPARE(e.bootloaderValue(QStringLiteral("WordCount")).toString(), QStringLiteral("00020000"));
-    QCOMPARE(e.bootloaderValue(QStringLiteral("VerLoc")).toString(), QStringLiteral("0x01F7F8"));
-    QCOMPARE(e.bootloaderValue(QStringLiteral("BLID")).toString(), QStringLiteral("BXQRTLMN0000"));
-    QVERIFY(!e.bootloaderInfo().contains(QStringLiteral("Unlisted")));
-    QCOMPARE(e.bootloaderInfo().size(), 8);
+    const DeviceEntry::FileVerification &v = e.fileVerification();
+    QStringList boot;
+    for (auto it = e.bootloaderInfo().cbegin(); it != e.bootloaderInfo().cend(); ++it)
+        boot << it.key() + QLatin1Char('=') + it.value().toString();
+    return QStringLiteral("verified=%1 by=%2 date=%3 sft=%4 port=%5 boot=%6")
+        .arg(v.verified)
+        .arg(v.verifiedBy, v.date, e.sftNumbers().join(QLatin1Char(',')))
+        .arg(e.discoverPort())
+        .arg(boot.join(QLatin1Char(',')));
+}
 
-    QVERIFY(entry(R"json({"BootloaderInfo": [1, 2]})json").bootloaderInfo().isEmpty());
+void tst_DeviceEntry::metadata_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("expected");
+    const QString none = QStringLiteral("verified=0 by=Not Verified date=Not Verified sft= ");
+    QTest::newRow("nothing given") << QByteArray(R"json({"DeviceName": "X"})json")
+                                   << none + "port=0 boot=";
+    QTest::newRow("verification record")
+        << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
+                          "Verified Date": "10-15-2018"}]})json")
+        << "verified=1 by=AB date=10-15-2018 sft= port=0 boot=";
+    QTest::newRow("a later record overwrites what it holds")
+        << QByteArray(R"json({"FileVerification": [{"Verified": true, "Verified By": "AB",
+                          "Verified Date": "10-15-2018"}, {"Verified By": "CD"}]})json")
+        << "verified=1 by=CD date=10-15-2018 sft= port=0 boot=";
+    QTest::newRow("verification not an array")
+        << QByteArray(R"json({"FileVerification": {"Verified": true}})json")
+        << none + "port=0 boot=";
+    QTest::newRow("SFT number as a bare string")
+        << QByteArray(R"json({"SFTNumbers": "SFT-000123-00"})json")
+        << "verified=0 by=Not Verified date=Not Verified sft=SFT-000123-00 port=0 boot=";
+    QTest::newRow("SFT numbers as an array")
+        << QByteArray(R"json({"SFTNumbers": ["SFT-1", "SFT-2"]})json")
+        << "verified=0 by=Not Verified date=Not Verified sft=SFT-1,SFT-2 port=0 boot=";
+    QTest::newRow("SFT number as a number") << QByteArray(R"json({"SFTNumbers": 123})json")
+                                            << none + "port=0 boot=";
+    // The discover port is decimal text; anything else given falls back to the protocol port.
+    QTest::newRow("port as decimal text") << QByteArray(R"json({"DiscoverPort": "6100"})json")
+                                          << none + "port=6100 boot=";
+    QTest::newRow("port as a number") << QByteArray(R"json({"DiscoverPort": 6100})json")
+                                      << none + "port=6038 boot=";
+    QTest::newRow("port not a number") << QByteArray(R"json({"DiscoverPort": "port"})json")
+                                       << none + "port=6038 boot=";
+    QTest::newRow("port beyond 16 bits") << QByteArray(R"json({"DiscoverPort": "70000"})json")
+                                         << none + "port=6038 boot=";
+    QTest::newRow("port in hex") << QByteArray(R"json({"DiscoverPort": "0x17"})json")
+                                 << none + "port=6038 boot=";
+    // Known bootloader keys only; numbers stay numbers, texts stay texts (leading zeros kept).
+    QTest::newRow("bootloader")
+        << QByteArray(R"json({"BootloaderInfo": {"BLRev": 3, "ProcName": "TVR-M0-64",
+               "Heirarchy": 1, "FileType": "Intel HEX", "WordSize": 2, "WordCount": "00020000",
+               "VerLoc": "0x01F7F8", "BLID": "BXQRTLMN0000", "Unlisted": 5}})json")
+        << none + "port=0 boot=BLID=BXQRTLMN0000,BLRev=3,FileType=Intel HEX,Heirarchy=1,"
+                  "ProcName=TVR-M0-64,VerLoc=0x01F7F8,WordCount=00020000,WordSize=2";
+    QTest::newRow("bootloader not an object")
+        << QByteArray(R"json({"BootloaderInfo": [1, 2]})json") << none + "port=0 boot=";
+}
+
+void tst_DeviceEntry::metadata()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QString, expected);
+    QCOMPARE(metadataOf(entry(json)), expected);
 }
 
 void tst_DeviceEntry::unreadableFiles_data()

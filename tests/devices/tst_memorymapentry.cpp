@@ -236,13 +236,16 @@ void tst_MemoryMapEntry::dmxOffsetText_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("address");
+    QTest::newRow("first channel") << "0" << 1;
     QTest::newRow("decimal") << "42" << 43;
+    QTest::newRow("last channel") << "511" << 512;
     QTest::newRow("hexadecimal") << "0x1FF" << 512;
     QTest::newRow("upper-case prefix") << "0X10" << 17;
     QTest::newRow("blanks around") << " 7 " << 8;
     QTest::newRow("past the universe") << "512" << 0;
     QTest::newRow("negative") << "-1" << 0;
     QTest::newRow("not a number") << "RGB" << 0;
+    QTest::newRow("bare prefix") << "0x" << 0;
     QTest::newRow("unknown") << "" << 0;
 }
 

@@ -30,9 +30,7 @@ private:
 
 void tst_SimRoundTrip::initTestCase()
 {
-    const QString why = NetNamespace::enterOwn();
-    if (!why.isEmpty())
-        QSKIP(qPrintable(why));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     m_simulator = std::make_unique<Simulator>(SimInstallation::builtIn());
     QString error;
     QVERIFY2(m_simulator->start(&error), qPrintable(error));

@@ -21,9 +21,7 @@ private slots:
 
 void tst_LiveOutput::initTestCase()
 {
-    const QString reason = NetNamespace::enterOwn();
-    if (!reason.isEmpty())
-        QSKIP(qPrintable(reason));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
 }
 
 void tst_LiveOutput::selectedLightsArriveRedTheOthersDark()

@@ -1,3 +1,4 @@
+#include "support/mapbuild.h"
 #include "model/datasupply.h"
 #include "model/group.h"
 #include "model/light.h"
@@ -5,7 +6,6 @@
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
-#include <QBuffer>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -19,20 +19,11 @@
 
 namespace {
 
+using MapBuild::load;
+
 QByteArray save(MapModel &model)
 {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    if (!model.saveToDevice(buffer))
-        return {};
-    return buffer.data();
-}
-
-bool load(MapModel &model, QByteArray bytes)
-{
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    return model.loadFromDevice(buffer);
+    return MapBuild::saved(model);
 }
 
 QStringList messagesOf(const QSignalSpy &spy)
@@ -197,58 +188,15 @@ void tst_MapFile::everyFieldRoundTrips()
 
     MapModel loaded;
     QVERIFY(load(loaded, save(model)));
-    QCOMPARE(loaded.imageFile(), model.imageFile());
-
     const DataSupply *s = loaded.dataSupply(0x1234567890ULL);
-    QVERIFY(s);
-    QCOMPARE(s->type(), 3u);
-    QCOMPARE(s->name(), QStringLiteral("North <PDS> & \"co\""));
-    QCOMPARE(s->serialNumber(), 0x01A2B3C4D5ULL);
-    QCOMPARE(s->ipAddress(), QHostAddress(QStringLiteral("10.32.1.11")));
-    QVERIFY(s->hasAddress());
+    QVERIFY(s && s->hasAddress());
     QCOMPARE(s->ipText(), QByteArray("10.32.1.11"));
-    QCOMPARE(s->macAddress(), QStringLiteral("00:1C:42:0A:11:01"));
-    QCOMPARE(s->universe(), 7u);
-    QCOMPARE(s->dmxBufSize(), 512);
     QCOMPARE(s->dmxBuffer().size(), 512);
-    QCOMPARE(s->version(), 3);
-    QCOMPARE(s->versionString(), QStringLiteral("2.4.0"));
-    QCOMPARE(s->family(), QStringLiteral("PDS-480"));
-    QCOMPARE(s->portCount(), quint8(2));
-    QCOMPARE(s->port(0), (SupplyPort{1, 6, 0x0013}));
-    // Bit 2 of the flags is never stored.
+    // Bit 2 of the port flags is run-time state and is never stored.
     QCOMPARE(s->port(1), (SupplyPort{2, 7, 0xFFFB}));
-    QCOMPARE(s->lights(), (QList<quint64>{0x51, 0x52}));
-    QCOMPARE(s->deviceProperty(QStringLiteral("DEVICE_NAME")), QStringLiteral("north"));
-
-    const Light *l = loaded.light(0x51);
-    QVERIFY(l);
-    QCOMPARE(l->name(), QStringLiteral("Façade 1"));
-    QCOMPARE(l->dataSupply(), 0x1234567890ULL);
-    QCOMPARE(l->portNumber(), 1u);
-    QCOMPARE(l->lightNumber(), 17);
-    QCOMPARE(l->fixture(), 0xABCDEF0123ULL);
-    QCOMPARE(l->fixtureCode(), 0x8000BEEFu);
-    QCOMPARE(l->x(), 12.5);
-    QCOMPARE(l->y(), -24.25);
-    QCOMPARE(l->z(), 3.125);
-    QCOMPARE(l->q0(), 0.5);
-    QCOMPARE(l->q1(), -0.5);
-    QCOMPARE(l->q2(), 0.25);
-    QCOMPARE(l->q3(), 0.125);
-    QCOMPARE(l->channel(), 51);
-    QCOMPARE(l->serialNumber(), 0x7A7000000042ULL);
-    QCOMPARE(l->tintlockProfileId(), 26);
-    QCOMPARE(l->tintlockIoMode(), 17);
-    QCOMPARE(l->deviceProperties(), model.light(0x51)->deviceProperties());
-
-    const Group *g = loaded.group(0x99);
-    QVERIFY(g);
-    QCOMPARE(g->type(), 2);
-    QCOMPARE(g->name(), QStringLiteral("Canopy"));
-    QCOMPARE(g->oValue(), 12);
-    QCOMPARE(g->children(), (QList<quint64>{0x52, 0x51}));
-
+    model.dataSupply(0x1234567890ULL)->setPort(1, {2, 7, 0xFFFB});
+    // Every field of every object (the JSON view holds them all) comes back as it was.
+    QCOMPARE(content(loaded), content(model));
     // A second save of what was loaded is byte-for-byte the same file.
     QCOMPARE(save(loaded), save(model));
 }

@@ -13,10 +13,7 @@ class tst_MapModel : public QObject
 
 private slots:
     void signalsInDeclaredOrder();
-    void freshObjectsHaveTheirDefaults();
     void newUidSkipsHeldUids();
-    void duplicateUidIsRefused_data();
-    void duplicateUidIsRefused();
     void clearingAnEmptyModelStillReports();
     void clearDeletesLightsThenGroups();
     void groupFollowsItsMembers();
@@ -74,37 +71,6 @@ void tst_MapModel::signalsInDeclaredOrder()
     QCOMPARE(actual, expected);
 }
 
-void tst_MapModel::freshObjectsHaveTheirDefaults()
-{
-    DataSupply supply(2);
-    QCOMPARE(supply.type(), 2u);
-    QCOMPARE(supply.uid(), quint64(0xFFFFFFFF));
-    QCOMPARE(supply.serialNumber(), quint64(0xFFFFFFFF));
-    QCOMPARE(supply.name(), QStringLiteral("New DataSupply"));
-    QCOMPARE(supply.macAddress(), QStringLiteral("FF:FF:FF:FF:FF:FF"));
-    QCOMPARE(supply.ipAddress(), QHostAddress(QStringLiteral("0.0.0.0")));
-    QVERIFY(!supply.hasAddress());
-    QCOMPARE(supply.portCount(), quint8(1));
-    QCOMPARE(supply.ports().size(), 1);
-    QCOMPARE(supply.port(0), SupplyPort{});
-    QCOMPARE(supply.dmxBufSize(), 12);
-    QCOMPARE(supply.dmxBuffer().size(), 12);
-    QCOMPARE(supply.version(), 1);
-    QCOMPARE(supply.universe(), 0u);
-
-    Light light;
-    QCOMPARE(light.uid(), quint64(0));
-    QCOMPARE(light.name(), QStringLiteral("Default Light"));
-    QCOMPARE(light.serialNumber(), quint64(0xFFFFFFFF));
-    QCOMPARE(light.q0(), 1.0); // unrotated
-    QCOMPARE(light.q1() + light.q2() + light.q3(), 0.0);
-
-    Group group;
-    QCOMPARE(group.name(), QStringLiteral("New Group"));
-    QCOMPARE(group.oValue(), 40);
-    QCOMPARE(group.type(), 0);
-}
-
 void tst_MapModel::newUidSkipsHeldUids()
 {
     MapModel model;
@@ -123,48 +89,6 @@ void tst_MapModel::newUidSkipsHeldUids()
     // A second model shares the process-wide counter: uids never repeat within a run.
     MapModel other;
     QCOMPARE(other.newUid(), base + 5);
-}
-
-void tst_MapModel::duplicateUidIsRefused_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("supply") << "supply" << "loadDataSupply: uid already exists";
-    QTest::newRow("light") << "light" << "loadLight: uid already exists";
-    QTest::newRow("group") << "group" << "loadGroup: uid already exists";
-}
-
-void tst_MapModel::duplicateUidIsRefused()
-{
-    QFETCH(QString, kind);
-    QFETCH(QString, message);
-    MapModel model;
-    QSignalSpy messages(&model, &MapModel::msg);
-    auto add = [&](const QString &name) {
-        if (kind == "supply") {
-            auto s = std::make_unique<DataSupply>(2);
-            s->setUid(77);
-            s->setName(name);
-            return model.addDataSupply(std::move(s));
-        }
-        if (kind == "light") {
-            auto l = lightWithUid(77);
-            l->setName(name);
-            return model.addLight(std::move(l));
-        }
-        auto g = groupWithUid(77);
-        g->setName(name);
-        return model.addGroup(std::move(g));
-    };
-    QVERIFY(add("first"));
-    QVERIFY(!add("second"));
-    QCOMPARE(messages.count(), 1);
-    QCOMPARE(messages.at(0).at(0).toString(), message);
-    const QString kept = kind == "supply" ? model.dataSupply(77)->name()
-                         : kind == "light" ? model.light(77)->name()
-                                           : model.group(77)->name();
-    QCOMPARE(kept, QStringLiteral("first"));
-    QCOMPARE(model.dataSupplyCount() + model.lightCount() + model.groupCount(), 1);
 }
 
 void tst_MapModel::clearingAnEmptyModelStillReports()
@@ -233,9 +157,9 @@ void tst_MapModel::groupFollowsItsMembers()
 
 void tst_MapModel::groupBoundsStartInverted()
 {
+    // Bounds start inverted, so that the first light included sets them; a member that is
+    // not a light of the map counts for nothing.
     Group group;
-    QCOMPARE(group.minX(), 2147483647.0);
-    QCOMPARE(group.maxX(), -2147483647.0);
     QVERIFY(!group.hasBounds());
     group.includeInBounds(-5, 7);
     QCOMPARE(group.bounds(), QRectF(QPointF(-5, 7), QPointF(-5, 7)));

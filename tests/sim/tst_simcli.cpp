@@ -1,4 +1,5 @@
 #include "support/netnamespace.h"
+#include "support/programrun.h"
 #include "simrequests.h"
 
 #include "net/commlibrary.h"
@@ -30,29 +31,19 @@ private slots:
 
 namespace {
 
-QString program()
-{
-    return QStringLiteral(ORRERY_BINARY_DIR "/tools/sim/orrery-sim");
-}
+const QString kSim = QStringLiteral(ORRERY_BINARY_DIR "/tools/sim/orrery-sim");
 
 struct Result
 {
-    int status = -1;
+    int status;
     QString out;
     QString err;
 };
 
 Result run(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(program(), arguments);
-    Result result;
-    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-        return result;
-    result.status = process.exitCode();
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
+    const ProgramRun run = runProgram(kSim, arguments);
+    return {run.status, QString::fromUtf8(run.out), QString::fromUtf8(run.err)};
 }
 
 QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &content)
@@ -147,11 +138,9 @@ void tst_SimCli::runsAndAnswers()
 {
     QFETCH(QString, drop);
     QFETCH(int, replies);
-    const QString reason = NetNamespace::enterOwn();
-    if (!reason.isEmpty())
-        QSKIP(qPrintable(reason));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     QProcess process;
-    process.start(program(), {QStringLiteral("--run-for"), QStringLiteral("1500"),
+    process.start(kSim, {QStringLiteral("--run-for"), QStringLiteral("800"),
                               QStringLiteral("--drop"), drop});
     QVERIFY(process.waitForReadyRead(10000)); // the start-up line: sockets are bound
     QVERIFY(process.readLine().startsWith("orrery-sim: 4 supplies, 350 lights"));
@@ -189,11 +178,9 @@ void tst_SimCli::secondSimulatorOnThePort()
     QFETCH(QStringList, arguments);
     QFETCH(int, status);
     QFETCH(QString, message);
-    const QString reason = NetNamespace::enterOwn();
-    if (!reason.isEmpty())
-        QSKIP(qPrintable(reason));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     QProcess first;
-    first.start(program(), {QStringLiteral("--run-for"), QStringLiteral("20000")});
+    first.start(kSim, {QStringLiteral("--run-for"), QStringLiteral("20000")});
     QVERIFY(first.waitForReadyRead(10000)); // the start-up line: sockets are bound
     const Result second = run(arguments << QStringLiteral("--run-for") << QStringLiteral("100"));
     first.kill();
@@ -206,11 +193,9 @@ void tst_SimCli::secondSimulatorOnThePort()
 // shows as "paused by Orrery at HH:MM:SS".
 void tst_SimCli::controllerReportsPauses()
 {
-    const QString reason = NetNamespace::enterOwn();
-    if (!reason.isEmpty())
-        QSKIP(qPrintable(reason));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     QProcess process;
-    process.start(program(), {QStringLiteral("--controller"), QStringLiteral("--no-installation"),
+    process.start(kSim, {QStringLiteral("--controller"), QStringLiteral("--no-installation"),
                               QStringLiteral("--run-for"), QStringLiteral("3000")});
     QVERIFY(process.waitForReadyRead(10000)); // the start-up line: sockets are bound
     QVERIFY(process.readLine().contains("waiting for announcements on UDP 6775"));

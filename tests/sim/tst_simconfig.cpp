@@ -11,7 +11,6 @@ class tst_SimConfig : public QObject
     Q_OBJECT
 
 private slots:
-    void builtInInstallation();
     void builtInAddressesDoNotOverlap();
     void roundTrip_data();
     void roundTrip();
@@ -31,33 +30,6 @@ QByteArray oneSupply(const QByteArray &supplyKeys, const QByteArray &lights = "[
 }
 
 } // namespace
-
-void tst_SimConfig::builtInInstallation()
-{
-    const SimInstallation installation = SimInstallation::builtIn();
-    QCOMPARE(installation.supplies.size(), 4);
-    QVERIFY(installation.isLoopbackOnly());
-    QVERIFY(!installation.faults.isActive());
-    int versionOne = 0;
-    int rdmLights = 0;
-    int wideSerials = 0;
-    for (int i = 0; i < installation.supplies.size(); ++i) {
-        const SimSupply &supply = installation.supplies.at(i);
-        QCOMPARE(supply.address, QHostAddress(QStringLiteral("127.0.1.%1").arg(i + 1)));
-        QCOMPARE(supply.ports.size(), supply.version == 1 ? 1 : 2);
-        versionOne += supply.version == 1;
-        wideSerials += supply.usesWideSerial();
-        for (const SimPort &port : supply.ports) {
-            QVERIFY2(port.lights.size() >= 40 && port.lights.size() <= 60,
-                     "about fifty lights per port");
-            for (const SimLight &light : port.lights)
-                rdmLights += light.isRdm();
-        }
-    }
-    QCOMPARE(versionOne, 1);
-    QCOMPARE(wideSerials, 1);
-    QVERIFY(rdmLights > 0 && rdmLights < installation.lightCount());
-}
 
 // Each port is its own DMX universe: its lights' channel ranges must not overlap, or the
 // live view and the program would show two lights driven by the same bytes.
@@ -138,6 +110,7 @@ void tst_SimConfig::runsExpand()
     }
 }
 
+// What a configuration leaves out: addresses, MACs and names by position, ports numbered from 1.
 void tst_SimConfig::defaults()
 {
     QString error;

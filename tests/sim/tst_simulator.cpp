@@ -25,13 +25,7 @@ class tst_Simulator : public QObject
 
 private slots:
     void initTestCase();
-    void discoverByBroadcast_data();
-    void discoverByBroadcast();
     void unicastReachesOneSupply();
-    void blinkScan2OverTheNetwork();
-    void eeReadGivesDmxOffset_data();
-    void eeReadGivesDmxOffset();
-    void rdmDeviceInfo();
     void outputIsRecorded();
     void broadcastOutputByUniverse();
     void dropsTheConfiguredShare();
@@ -96,39 +90,7 @@ bool runIp(const QStringList &arguments)
 
 void tst_Simulator::initTestCase()
 {
-    const QString reason = NetNamespace::enterOwn();
-    if (!reason.isEmpty())
-        QSKIP(qPrintable(reason));
-}
-
-void tst_Simulator::discoverByBroadcast_data()
-{
-    QTest::addColumn<QString>("target");
-    QTest::newRow("loopback broadcast") << "127.255.255.255";
-    QTest::newRow("limited broadcast") << "255.255.255.255";
-}
-
-// Every supply answers a broadcast discover once, from its own address, naming that address.
-void tst_Simulator::discoverByBroadcast()
-{
-    QFETCH(QString, target);
-    auto simulator = startSimulator(SimInstallation::builtIn());
-    QVERIFY(simulator);
-    Client client;
-    QVERIFY(client.send(discover(), target));
-    QTRY_COMPARE(client.received.size(), 4);
-    QSet<QString> senders;
-    int wide = 0;
-    for (const QNetworkDatagram &reply : client.received) {
-        const QString sender = QHostAddress(reply.senderAddress().toIPv4Address()).toString();
-        senders.insert(sender);
-        QCOMPARE(reply.senderPort(), 6038);
-        QCOMPARE(readBe(reply.data(), 12, 4), quint64(reply.senderAddress().toIPv4Address()));
-        wide += typeOf(reply.data()) == 0x000F;
-    }
-    QCOMPARE(senders, (QSet<QString>{"127.0.1.1", "127.0.1.2", "127.0.1.3", "127.0.1.4"}));
-    QCOMPARE(wide, 1);
-    QCOMPARE(simulator->stats().replies, quint64(4));
+    ORRERY_ENTER_OWN_NETNS_OR_SKIP();
 }
 
 void tst_Simulator::unicastReachesOneSupply()
@@ -147,113 +109,6 @@ void tst_Simulator::unicastReachesOneSupply()
     QCOMPARE(requests.size(), 1);
     QCOMPARE(requests.first().at(0).toInt(), 2);
     QCOMPARE(simulator->stats().replies, quint64(1));
-}
-
-void tst_Simulator::blinkScan2OverTheNetwork()
-{
-    QString error;
-    const auto installation = SimInstallation::fromJson(
-        "{\"supplies\": [{\"serial\": \"1\", \"version\": 3, \"ports\": [{\"lights\": ["
-        "{\"serial\": \"4C310001\", \"count\": 250, \"footprint\": 2},"
-        "{\"uid\": \"7FF701000001\", \"count\": 50, \"footprint\": 1}]}]}]}",
-        &error);
-    QVERIFY2(installation, qPrintable(error));
-    auto simulator = startSimulator(*installation);
-    QVERIFY(simulator);
-    Client client;
-    QVERIFY(client.send(blinkScan2(QStringLiteral("127.0.1.1")), QStringLiteral("127.0.1.1")));
-    // 250 serials in two datagrams, 50 ids as 42 + 8 in two more.
-    QTRY_COMPARE(client.received.size(), 4);
-    QVector<quint64> serials;
-    QVector<quint64> uids;
-    QVector<int> more;
-    for (const QNetworkDatagram &datagram : client.received) {
-        const QByteArray d = datagram.data();
-        QCOMPARE(typeOf(d), quint16(0x0208));
-        more << quint8(d.at(13));
-        const int entries = quint8(d.at(12));
-        int at = 16;
-        if (quint8(d.at(at + 1)) == 4) {
-            for (int i = 0; i < entries; ++i)
-                uids << (readLe(d, at + 4 + 6 * i + 4, 2) << 32 | readLe(d, at + 4 + 6 * i, 4));
-            continue;
-        }
-        for (int e = 0; e < entries; ++e) {
-            const int length = quint8(d.at(at + 2));
-            for (int i = 0; i < length / 4; ++i)
-                serials << readLe(d, at + 4 + 4 * i, 4);
-            at += 4 + length;
-        }
-        QCOMPARE(at, d.size());
-    }
-    QCOMPARE(more, (QVector<int>{1, 1, 1, 0}));
-    QCOMPARE(serials.size(), 250);
-    QCOMPARE(uids.size(), 50);
-    for (int i = 0; i < serials.size(); ++i)
-        QCOMPARE(serials.at(i), quint64(0x4C310001 + i));
-    for (int i = 0; i < uids.size(); ++i)
-        QCOMPARE(uids.at(i), quint64(0x7FF701000001ull + i));
-}
-
-void tst_Simulator::eeReadGivesDmxOffset_data()
-{
-    QTest::addColumn<QString>("supply");
-    QTest::addColumn<quint32>("serial");
-    QTest::addColumn<int>("offset");
-    QTest::newRow("first light") << "127.0.1.1" << 0x10310001u << 0;
-    QTest::newRow("last light of supply one") << "127.0.1.1" << 0x10310032u << 147;
-    QTest::newRow("after the first 256 channels") << "127.0.1.4" << 0x10310659u << 264;
-}
-
-// The two bytes at 64 (high) and 65 (low) give the light's DMX offset.
-void tst_Simulator::eeReadGivesDmxOffset()
-{
-    QFETCH(QString, supply);
-    QFETCH(quint32, serial);
-    QFETCH(int, offset);
-    SimInstallation installation = SimInstallation::builtIn();
-    if (offset > 255) {
-        // Move one light past channel 256 so that the high byte matters.
-        SimLight light;
-        light.serial = serial;
-        light.setDmxOffset(static_cast<quint16>(offset));
-        installation.supplies[3].ports[1].lights << light;
-    }
-    auto simulator = startSimulator(installation);
-    QVERIFY(simulator);
-    Client client;
-    QVERIFY(client.send(eeRead(serial, 64), supply));
-    QVERIFY(client.send(eeRead(serial, 65), supply));
-    QTRY_COMPARE(client.received.size(), 2);
-    const QByteArray high = client.received.at(0).data();
-    const QByteArray low = client.received.at(1).data();
-    QCOMPARE(typeOf(high), quint16(0x0204));
-    QCOMPARE(readLe(high, 12, 4), quint64(serial));
-    QCOMPARE(int(quint8(high.at(16))), 64);
-    QCOMPARE(int(quint8(low.at(16))), 65);
-    QCOMPARE(int(quint8(high.at(17))), 0);
-    QCOMPARE((quint8(high.at(18)) << 8) | quint8(low.at(18)), offset);
-}
-
-void tst_Simulator::rdmDeviceInfo()
-{
-    auto simulator = startSimulator(SimInstallation::builtIn());
-    QVERIFY(simulator);
-    Client client;
-    // Second RDM light of supply two's port 2: DMX offset 93, start address 94.
-    QVERIFY(client.send(rdmGet(0x7A7001000202ull, 0x0060), QStringLiteral("127.0.1.2")));
-    QTRY_COMPARE(client.received.size(), 1);
-    const QByteArray reply = client.received.first().data();
-    QCOMPARE(typeOf(reply), quint16(0x0304));
-    const QByteArray m = reply.mid(12);
-    QCOMPARE(m.size(), 24 + 19 + 2);
-    quint16 sum = 0;
-    for (int i = 0; i < 24 + 19; ++i)
-        sum = quint16(sum + quint8(m.at(i)));
-    QCOMPARE(readBe(m, 43, 2), quint64(sum));
-    QCOMPARE(readBe(m, 9, 6), quint64(0x7A7001000202ull));
-    QCOMPARE(readBe(m, 24 + 2, 2), quint64(301)); // device model id
-    QCOMPARE(readBe(m, 24 + 14, 2), quint64(94)); // DMX start address
 }
 
 void tst_Simulator::outputIsRecorded()

@@ -13,7 +13,6 @@ class tst_SimView : public QObject
 private slots:
     void coloursFollowFrames_data();
     void coloursFollowFrames();
-    void newerFrameWins();
     void everyLightHasItsOwnSquare();
 };
 
@@ -86,22 +85,6 @@ void tst_SimView::coloursFollowFrames()
     // Its neighbours got zeros, i.e. black, not this light's colour.
     if (light > 0)
         QCOMPARE(view.lightColour(supply, port, light - 1), QColor(Qt::black));
-}
-
-void tst_SimView::newerFrameWins()
-{
-    const SimInstallation installation = SimInstallation::builtIn();
-    SimOutput output;
-    SimView view(installation, &output);
-    output.record(1, portOut(1, QByteArray(512, '\x10')));
-    output.record(1, dmxOut(QByteArray(512, '\x20')));
-    QCOMPARE(view.lightColour(1, 0, 0), QColor(0x20, 0x20, 0x20));
-    output.record(1, portOut(1, QByteArray(512, '\x30')));
-    QCOMPARE(view.lightColour(1, 0, 0), QColor(0x30, 0x30, 0x30));
-    // A short frame leaves the lights past its end dark.
-    output.record(1, portOut(2, QByteArray(3, '\x40')));
-    QCOMPARE(view.lightColour(1, 1, 0), QColor(0x40, 0x40, 0x40));
-    QCOMPARE(view.lightColour(1, 1, 1), QColor(Qt::black));
 }
 
 void tst_SimView::everyLightHasItsOwnSquare()

@@ -131,3 +131,12 @@ inline QString enterOwn()
 }
 
 } // namespace NetNamespace
+
+// In a test function: moves into a namespace of the test's own, or skips the test saying why.
+#define ORRERY_ENTER_OWN_NETNS_OR_SKIP()                                                       \
+    do {                                                                                       \
+        const QString orreryNetnsWhy = NetNamespace::enterOwn();                               \
+        if (!orreryNetnsWhy.isEmpty())                                                         \
+            QSKIP(qPrintable(orreryNetnsWhy));                                                 \
+    } while (false)
+

@@ -1,5 +1,6 @@
 #include "model/light.h"
 #include "model/mapmodel.h"
+#include "support/mapbuild.h"
 #include "ui/animationtemplate.h"
 
 #include <QtTest>
@@ -15,17 +16,7 @@ private slots:
     void refusesWhatItCannotMake_data();
     void refusesWhatItCannotMake();
 
-private:
-    static void addLightAt(MapModel &model, double x, double y);
 };
-
-void tst_AnimationTemplate::addLightAt(MapModel &model, double x, double y)
-{
-    auto light = std::make_unique<Light>();
-    light->setUid(model.newUid());
-    light->setPosition(x, y, 0);
-    model.addLight(std::move(light));
-}
 
 void tst_AnimationTemplate::onePixelPerGridCell_data()
 {
@@ -51,7 +42,7 @@ void tst_AnimationTemplate::onePixelPerGridCell()
     QFETCH(QList<QPoint>, white);
     MapModel model;
     for (const QPointF &position : lights)
-        addLightAt(model, position.x(), position.y());
+        MapBuild::lightAt(model, position.x(), position.y());
     const AnimationTemplate::Result result = AnimationTemplate::build(model, grid);
     QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
     QCOMPARE(result.image.size(), size);
@@ -71,7 +62,7 @@ void tst_AnimationTemplate::onePixelPerGridCell()
 void tst_AnimationTemplate::reportsItsPhasesInOrder()
 {
     MapModel model;
-    addLightAt(model, 0, 0);
+    MapBuild::lightAt(model, 0, 0);
     QStringList phases;
     AnimationTemplate::build(model, 12, [&phases](const QString &phase) { phases << phase; });
     QCOMPARE(phases, (QStringList{"Analyzing Map Geometry...", "Initializing Image Buffer...",
@@ -94,7 +85,7 @@ void tst_AnimationTemplate::refusesWhatItCannotMake()
     QFETCH(int, grid);
     MapModel model;
     for (const QPointF &position : lights)
-        addLightAt(model, position.x(), position.y());
+        MapBuild::lightAt(model, position.x(), position.y());
     const AnimationTemplate::Result result = AnimationTemplate::build(model, grid);
     QVERIFY(result.image.isNull());
     QVERIFY(!result.error.isEmpty());

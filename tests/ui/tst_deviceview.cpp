@@ -34,12 +34,6 @@ private slots:
     void init();
     void cleanup();
 
-    void lightsGroupedUnderTheirKind();
-    void unknownSerialIsTheGenericFixture_data();
-    void unknownSerialIsTheGenericFixture();
-    void channelShownFromOne_data();
-    void channelShownFromOne();
-    void newKindsAreSelected();
     void burstOfChangesRebuildsOnce();
     void followsEditsDeletesAndClear();
     void selectionPassesLightUidsOn();
@@ -98,74 +92,6 @@ QStringList tst_DeviceView::kindNames() const
         names.append(m_view->topLevelItem(i)->text(DeviceView::LabelColumn));
     names.sort();
     return names;
-}
-
-void tst_DeviceView::lightsGroupedUnderTheirKind()
-{
-    addLight(1, QStringLiteral("Column A"), kGrazeSerial);
-    addLight(2, QStringLiteral("Column B"), kGrazeSerial + 5, 3);
-    addLight(3, QStringLiteral("Canopy"), kFloodSerial);
-    m_view->rebuild();
-
-    QCOMPARE(kindNames(), (QStringList{"Vela Flood RGBW", "Vela Graze RGB"}));
-    QTreeWidgetItem *graze = m_view->kindItem(QStringLiteral("Vela Graze RGB"));
-    QVERIFY(graze);
-    QCOMPARE(graze->childCount(), 2);
-    QCOMPARE(m_view->lightItem(1)->parent(), graze);
-    QCOMPARE(m_view->lightItem(2)->parent(), graze);
-    QTreeWidgetItem *b = m_view->lightItem(2);
-    QCOMPARE(b->text(DeviceView::LabelColumn), QStringLiteral("Column B"));
-    QCOMPARE(b->text(DeviceView::SupplyColumn), QStringLiteral("PDS-480 East"));
-    QCOMPARE(m_view->kindItem(QStringLiteral("Vela Flood RGBW"))->childCount(), 1);
-    QCOMPARE(m_view->columnCount(), 3);
-}
-
-void tst_DeviceView::unknownSerialIsTheGenericFixture_data()
-{
-    QTest::addColumn<quint64>("serial");
-    QTest::newRow("no definition") << kUnknownSerial;
-    QTest::newRow("unassigned serial") << quint64(0xFFFFFFFF);
-    QTest::newRow("named unknown in any case") << quint64(0x300001);
-}
-
-void tst_DeviceView::unknownSerialIsTheGenericFixture()
-{
-    QFETCH(quint64, serial);
-    addLight(1, QStringLiteral("Mystery"), serial);
-    addLight(2, QStringLiteral("Other mystery"), kUnknownSerial + 1);
-    m_view->rebuild();
-    QCOMPARE(kindNames(), QStringList{"Vela Fixture"});
-    QCOMPARE(m_view->kindItem(QStringLiteral("Vela Fixture"))->childCount(), 2);
-    QVERIFY(!m_view->kindItem(QStringLiteral("Unknown Device")));
-}
-
-void tst_DeviceView::channelShownFromOne_data()
-{
-    QTest::addColumn<int>("channel");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("first") << 0 << "1";
-    QTest::newRow("tenth") << 9 << "10";
-    QTest::newRow("last") << 511 << "512";
-}
-
-void tst_DeviceView::channelShownFromOne()
-{
-    QFETCH(int, channel);
-    QFETCH(QString, shown);
-    addLight(1, QStringLiteral("Column"), kGrazeSerial, channel);
-    m_view->rebuild();
-    QCOMPARE(m_view->lightItem(1)->text(DeviceView::ChannelColumn), shown);
-}
-
-void tst_DeviceView::newKindsAreSelected()
-{
-    addLight(1, QStringLiteral("Column"), kGrazeSerial);
-    addLight(2, QStringLiteral("Canopy"), kFloodSerial);
-    m_view->rebuild();
-    for (int i = 0; i < m_view->topLevelItemCount(); ++i)
-        QVERIFY(m_view->topLevelItem(i)->isSelected());
-    QVERIFY(!m_view->lightItem(1)->isSelected());
-    QVERIFY(m_view->isSortingEnabled());
 }
 
 void tst_DeviceView::burstOfChangesRebuildsOnce()

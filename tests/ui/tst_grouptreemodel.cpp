@@ -1,6 +1,7 @@
 #include "model/group.h"
 #include "model/light.h"
 #include "model/mapmodel.h"
+#include "support/mapbuild.h"
 #include "ui/grouptreemodel.h"
 #include "ui/groupview.h"
 
@@ -13,7 +14,6 @@ class tst_GroupTreeModel : public QObject
     Q_OBJECT
 
 private slots:
-    void showsTheExampleGroups();
     void selectionGroupIsNotShown();
     void membershipChangesTouchOnlyTheirRows_data();
     void membershipChangesTouchOnlyTheirRows();
@@ -22,62 +22,16 @@ private slots:
     void deletedGroupRemovesItsRow();
     void renamingAGroupMarksTheMapDirty();
     void viewReportsSelectedGroupsAndLights();
-
-private:
-    static quint64 addLight(MapModel &model, const QString &name);
-    static quint64 addGroup(MapModel &model, const QString &name, const QList<quint64> &members);
 };
-
-quint64 tst_GroupTreeModel::addLight(MapModel &model, const QString &name)
-{
-    auto light = std::make_unique<Light>();
-    light->setUid(model.newUid());
-    light->setName(name);
-    const quint64 uid = light->uid();
-    model.addLight(std::move(light));
-    return uid;
-}
-
-quint64 tst_GroupTreeModel::addGroup(MapModel &model, const QString &name,
-                                     const QList<quint64> &members)
-{
-    auto group = std::make_unique<Group>();
-    group->setUid(model.newUid());
-    group->setName(name);
-    for (quint64 member : members)
-        group->appendChild(member);
-    const quint64 uid = group->uid();
-    model.addGroup(std::move(group));
-    return uid;
-}
-
-void tst_GroupTreeModel::showsTheExampleGroups()
-{
-    MapModel model;
-    GroupTreeModel tree(model);
-    QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    QVERIFY(model.loadFromFile(QStringLiteral(ORRERY_SOURCE_DIR "/examples/riverside-arcade.map")));
-    QCOMPARE(tree.rowCount(), 2);
-    const QModelIndex north = tree.index(0, 0);
-    QVERIFY(north.data().toString().startsWith(QLatin1String("North Facade (")));
-    QCOMPARE(north.data(Qt::EditRole).toString(), QStringLiteral("North Facade"));
-    const Group *group = model.group(tree.uidAt(north));
-    QCOMPARE(tree.rowCount(north), group->children().size());
-    const QModelIndex member = tree.index(0, 0, north);
-    QCOMPARE(tree.rowKind(member), GroupTreeModel::RowKind::Member);
-    QCOMPARE(tree.uidAt(member), group->children().at(0));
-    QCOMPARE(tree.groupUidAt(member), group->uid());
-    QCOMPARE(member.data().toString(), model.light(group->children().at(0))->name());
-}
 
 void tst_GroupTreeModel::selectionGroupIsNotShown()
 {
     MapModel model;
     GroupTreeModel tree(model);
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const quint64 light = addLight(model, QStringLiteral("L"));
-    addGroup(model, Group::selectionGroupName(), {light});
-    const quint64 real = addGroup(model, QStringLiteral("Stage"), {light});
+    const quint64 light = MapBuild::light(model, 0, 0, 0, QStringLiteral("L"));
+    MapBuild::group(model, Group::selectionGroupName(), {light});
+    const quint64 real = MapBuild::group(model, QStringLiteral("Stage"), {light});
     QCOMPARE(tree.rowCount(), 1);
     model.group(real)->setName(Group::selectionGroupName());
     QCOMPARE(tree.rowCount(), 0);
@@ -115,11 +69,11 @@ void tst_GroupTreeModel::membershipChangesTouchOnlyTheirRows()
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
     QList<quint64> lights;
     for (int i = 0; i < 5; ++i)
-        lights << addLight(model, QStringLiteral("L%1").arg(i));
+        lights << MapBuild::light(model, 0, 0, 0, QStringLiteral("L%1").arg(i));
     QList<quint64> members;
     for (int i : before)
         members << lights.at(i);
-    const quint64 group = addGroup(model, QStringLiteral("G"), members);
+    const quint64 group = MapBuild::group(model, QStringLiteral("G"), members);
 
     // Change the list quietly, then announce the group once, as after an editor's apply.
     Group *g = model.group(group);
@@ -155,10 +109,11 @@ void tst_GroupTreeModel::deletedLightLeavesItsGroups()
     MapModel model;
     GroupTreeModel tree(model);
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const quint64 a = addLight(model, QStringLiteral("A"));
-    const quint64 b = addLight(model, QStringLiteral("B"));
-    addGroup(model, QStringLiteral("One"), {a, b});
-    addGroup(model, QStringLiteral("Two"), {b});
+    const quint64 a = MapBuild::light(model, 0, 0, 0, QStringLiteral("A"));
+    const quint64 b = MapBuild::light(model, 0, 0, 0, QStringLiteral("B"));
+    const quint64 one = MapBuild::group(model, QStringLiteral("One"), {a, b});
+    MapBuild::group(model, QStringLiteral("Two"), {b});
+    QCOMPARE(tree.groupUidAt(tree.index(1, 0, tree.index(0, 0))), one);
     QSignalSpy removals(&tree, &QAbstractItemModel::rowsRemoved);
     model.removeLight(b);
     QCOMPARE(removals.size(), 2);
@@ -171,7 +126,7 @@ void tst_GroupTreeModel::missingMembersAreShownAsMissing()
 {
     MapModel model;
     GroupTreeModel tree(model);
-    addGroup(model, QStringLiteral("Old"), {0xABC});
+    MapBuild::group(model, QStringLiteral("Old"), {0xABC});
     QCOMPARE(tree.index(0, 0, tree.index(0, 0)).data().toString(),
              QStringLiteral("Missing light ABC"));
 }
@@ -181,8 +136,8 @@ void tst_GroupTreeModel::deletedGroupRemovesItsRow()
     MapModel model;
     GroupTreeModel tree(model);
     QAbstractItemModelTester tester(&tree, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    const quint64 first = addGroup(model, QStringLiteral("First"), {});
-    const quint64 second = addGroup(model, QStringLiteral("Second"), {});
+    const quint64 first = MapBuild::group(model, QStringLiteral("First"), {});
+    const quint64 second = MapBuild::group(model, QStringLiteral("Second"), {});
     model.removeGroup(first);
     QCOMPARE(tree.rowCount(), 1);
     QCOMPARE(tree.indexForGroup(second).row(), 0);
@@ -195,7 +150,7 @@ void tst_GroupTreeModel::renamingAGroupMarksTheMapDirty()
 {
     MapModel model;
     GroupTreeModel tree(model);
-    const quint64 group = addGroup(model, QStringLiteral("Old"), {});
+    const quint64 group = MapBuild::group(model, QStringLiteral("Old"), {});
     QSignalSpy dirty(&tree, &GroupTreeModel::setDirty);
     QVERIFY(!tree.setData(tree.indexForGroup(group), Group::selectionGroupName()));
     QVERIFY(tree.setData(tree.indexForGroup(group), QStringLiteral("Canopy")));
@@ -208,10 +163,10 @@ void tst_GroupTreeModel::viewReportsSelectedGroupsAndLights()
     MapModel model;
     GroupView view(model);
     GroupTreeModel &tree = *view.groupModel();
-    const quint64 a = addLight(model, QStringLiteral("A"));
-    const quint64 b = addLight(model, QStringLiteral("B"));
-    const quint64 one = addGroup(model, QStringLiteral("One"), {a, b});
-    addGroup(model, QStringLiteral("Two"), {b});
+    const quint64 a = MapBuild::light(model, 0, 0, 0, QStringLiteral("A"));
+    const quint64 b = MapBuild::light(model, 0, 0, 0, QStringLiteral("B"));
+    const quint64 one = MapBuild::group(model, QStringLiteral("One"), {a, b});
+    MapBuild::group(model, QStringLiteral("Two"), {b});
     auto select = [&](const QModelIndex &index) {
         view.selectionModel()->select(index,
                                       QItemSelectionModel::Select | QItemSelectionModel::Rows);

@@ -42,6 +42,7 @@ private slots:
     void deleteAnsweredNoOrCancelledHalfway();
     void strokeOrdersTheNewGroupAlongTheLine();
     void undoSkipsADeletedLight();
+    void undoAndRedoGoNewestFirst();
 
 private:
     QPoint at(quint64 uid) const
@@ -380,6 +381,29 @@ void tst_LayoutView::undoSkipsADeletedLight()
     m_view->moveSelection(QPoint(0, 48));
     QVERIFY(m_view->commitSelection());
     QVERIFY(!m_undo->canRedo());
+}
+
+// Undo takes back the latest gesture first; redo brings back the latest undone first.
+void tst_LayoutView::undoAndRedoGoNewestFirst()
+{
+    const auto y = [this](quint64 uid) { return m_model->light(uid)->y(); };
+    m_view->selectLight(1, true);
+    m_view->moveSelection(QPoint(0, 24));
+    QVERIFY(m_view->commitSelection());
+    m_view->clearSelection();
+    m_view->selectLight(3, true);
+    m_view->moveSelection(QPoint(0, 48));
+    QVERIFY(m_view->commitSelection());
+    QCOMPARE(y(1), 48.0);
+    QCOMPARE(y(3), 72.0);
+    m_undo->undo();
+    QCOMPARE(y(3), 24.0);
+    QCOMPARE(y(1), 48.0);
+    m_undo->undo();
+    QCOMPARE(y(1), 24.0);
+    m_undo->redo();
+    QCOMPARE(y(1), 48.0);
+    QCOMPARE(y(3), 24.0);
 }
 
 QTEST_MAIN(tst_LayoutView)
