@@ -78,6 +78,7 @@ private slots:
     void aboutShowsTheVersion();
     void paneSelectionLightsTheFixtures_data();
     void paneSelectionLightsTheFixtures();
+    void chasingGroupRunsItsChase();
     void discoveryActionsOpenOneDialogAtATime_data();
     void discoveryActionsOpenOneDialogAtATime();
 
@@ -687,6 +688,33 @@ void tst_Kestrel::paneSelectionLightsTheFixtures()
     QCOMPARE(selected, expected);
     m_window->livePlayer().engine().renderFrame(QDateTime::currentDateTime());
     QCOMPARE(model.light(expected.constFirst())->output().color(), VelaColor(Qt::red));
+}
+
+// A chasing group chosen alone in the group pane steps through its members, its own number
+// of lights a frame, and the panes keep what the user chose.
+void tst_Kestrel::chasingGroupRunsItsChase()
+{
+    QVERIFY(m_window->openMap(copyOfExample(QStringLiteral("arcade.map"))));
+    Group *group = m_window->model().groups().constFirst();
+    group->setType(Group::ChasingType);
+    group->setLightsPerStep(2);
+    const QList<quint64> members = group->children();
+    m_window->groupView()->setCurrentIndex(
+        m_window->groupView()->groupModel()->indexForGroup(group->uid()));
+    SelectionEffect &selection = m_window->livePlayer().selection();
+    QVERIFY(selection.isHighlighting());
+    QCOMPARE(selection.chaseSteps().size(), (members.size() + 1) / 2);
+    for (int step = 0; step < 2; ++step) {
+        m_window->livePlayer().engine().renderFrame(QDateTime::currentDateTime());
+        QList<quint64> lit = selection.selectedLights();
+        std::sort(lit.begin(), lit.end());
+        QList<quint64> wanted = members.mid(2 * step, 2);
+        std::sort(wanted.begin(), wanted.end());
+        QCOMPARE(lit, wanted);
+        QCOMPARE(m_window->model().light(wanted.constFirst())->output().color(), VelaColor(Qt::red));
+    }
+    QCoreApplication::processEvents();
+    QCOMPARE(m_window->groupView()->selectedGroupUids(), QList<quint64>{group->uid()});
 }
 
 void tst_Kestrel::backgroundImageMakesTheMapDirty()
