@@ -33,13 +33,21 @@ std::optional<CreationProblem> LightCreator::prepare()
         const quint64 serial = serialText.toULongLong(&ok, 16);
         if (!ok)
             return CreationProblem{kParseErrorTitle, kParseErrorText};
-        const QList<DataSupply *> supplies = m_model.dataSupplies();
-        const auto found = std::find_if(supplies.cbegin(), supplies.cend(), [serial](auto *s) {
-            return s->serialNumber() == serial;
-        });
-        if (found == supplies.cend())
+        // Interfaces made by hand all carry the unknown serial FFFFFFFF: among several with
+        // the serial, the one the combo box named (serial and name) is meant, else the oldest.
+        const DataSupply *found = nullptr;
+        for (const DataSupply *supply : m_model.dataSupplies()) {
+            if (supply->serialNumber() != serial)
+                continue;
+            const bool named = interfaceText(*supply) == m_request.interfaceText;
+            const bool foundNamed = found && interfaceText(*found) == m_request.interfaceText;
+            if (!found || (named && !foundNamed) ||
+                (named == foundNamed && supply->uid() < found->uid()))
+                found = supply;
+        }
+        if (!found)
             return CreationProblem{kFindFailureTitle, kFindFailureText};
-        m_supplyUid = (*found)->uid();
+        m_supplyUid = found->uid();
         m_newSupply = false;
     } else {
         m_newSupply = true;
@@ -47,9 +55,9 @@ std::optional<CreationProblem> LightCreator::prepare()
 
     const int count = m_request.positions.size();
     if (count > kMaxLights)
-        return CreationProblem{QStringLiteral("Error"),
-                               QStringLiteral("At most %1 lights can be made at once.")
-                                   .arg(kMaxLights)};
+        return CreationProblem{
+            QStringLiteral("Error"),
+            QStringLiteral("At most %1 lights can be made at once.").arg(kMaxLights)};
     m_channels = channelsFor(m_request.properties);
     const int baseOffset = std::clamp(m_request.baseDmxAddress, 1, kChannelsPerPort) - 1;
     const auto planned = dmxSlots(count, m_channels, m_request.port, baseOffset, m_request.ports);
@@ -148,8 +156,7 @@ void LightCreator::makeLight(int index)
 
 QString LightCreator::interfaceText(const DataSupply &supply)
 {
-    return QString::number(supply.serialNumber(), 16).toUpper() + QLatin1Char(' ')
-        + supply.name();
+    return QString::number(supply.serialNumber(), 16).toUpper() + QLatin1Char(' ') + supply.name();
 }
 
 int LightCreator::lastUsedChannel(const MapModel &model, const DataSupply &supply, int portIndex)

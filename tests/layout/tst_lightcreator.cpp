@@ -25,6 +25,7 @@ private slots:
     void hostileNamesSurviveSaveAndLoad();
     void undoRemovesAndRedoRestores();
     void autoSetFollowsTheLastUsedChannel();
+    void handMadeInterfacesAreToldApartByName();
 
 private:
     static quint64 addSupply(MapModel &model, quint64 serial);
@@ -263,6 +264,31 @@ void tst_LightCreator::autoSetFollowsTheLastUsedChannel()
     QCOMPARE(LightCreator::lastUsedChannel(model, supply, 0), 15);
     QCOMPARE(autoSetDmxAddress(15), 17);
     QCOMPARE(LightCreator::lastUsedChannel(model, supply, 1), 0);
+}
+
+
+// Interfaces made by hand share the unknown serial FFFFFFFF: the one the combo box names (serial
+// and name) receives the lights, whichever the map's hash lists first.
+void tst_LightCreator::handMadeInterfacesAreToldApartByName()
+{
+    MapModel model;
+    QList<quint64> made;
+    for (const char *name : {"North", "South", "West"}) {
+        CreationRequest r = request(1);
+        r.baseName = QLatin1String(name);
+        LightCreator creator(model, r);
+        QVERIFY(!creator.prepare());
+        creator.run(1, {});
+        made << creator.supplyUid();
+    }
+    for (int i = 0; i < made.size(); ++i) {
+        CreationRequest r = request(2);
+        r.interfaceChoice = CreationRequest::InterfaceChoice::Existing;
+        r.interfaceText = LightCreator::interfaceText(*model.dataSupply(made.at(i)));
+        LightCreator creator(model, r);
+        QVERIFY(!creator.prepare());
+        QCOMPARE(creator.supplyUid(), made.at(i));
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_LightCreator)
