@@ -43,7 +43,10 @@ private:
         const int rows = entry.lights.size();
         // What must share the page: the headings, and the table header with its first rows.
         double keep = (withSupplyHeading ? m_h.supplyHeading : 0) + m_h.portHeading;
-        keep += rows == 0 ? m_h.row : m_h.tableHeader + std::min(rows, kRowsWithHeading) * m_h.row;
+        // A table too short to split by the rules below (enough rows under its heading and
+        // enough carried over) moves to the next page whole.
+        const int kept = rows < kRowsWithHeading + kRowsCarried ? rows : kRowsWithHeading;
+        keep += rows == 0 ? m_h.row : m_h.tableHeader + kept * m_h.row;
         if (m_y > 0 && m_y + keep > m_h.page)
             newPage();
         if (withSupplyHeading)

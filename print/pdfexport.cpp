@@ -2,6 +2,7 @@
 
 #include "print/mapprintout.h"
 
+#include <QFileInfo>
 #include <QLocale>
 #include <QPageSize>
 #include <QPdfWriter>
@@ -18,6 +19,12 @@ QPageSize defaultPageSize()
 int write(const MapModel &model, const QString &title, const QDateTime &printedAt,
           const QString &path, QString *error)
 {
+    // Only a regular file is replaced whole or not at all; a device or pipe would take
+    // the pages directly and hide a failed write.
+    if (const QFileInfo target(path); target.exists() && !target.isFile()) {
+        *error = QStringLiteral("not a regular file");
+        return 0;
+    }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         *error = file.errorString();
@@ -41,7 +48,7 @@ int write(const MapModel &model, const QString &title, const QDateTime &printedA
         *error = QStringLiteral("the PDF could not be drawn");
         return 0;
     }
-    if (!file.commit()) {
+    if (file.error() != QFileDevice::NoError || !file.commit()) {
         *error = file.errorString();
         return 0;
     }

@@ -59,10 +59,16 @@ QString noteFor(const PatchLight &light)
 
 namespace PatchListFormats {
 
-QString csvField(const QString &text)
+QString csvField(const QString &field)
 {
-    const bool quote = text.contains(QLatin1Char(',')) || text.contains(QLatin1Char('"')) ||
-                       text.contains(QLatin1Char('\n')) || text.contains(QLatin1Char('\r'));
+    // The list is opened in spreadsheets on site: a text that starts like a formula is kept
+    // as text by a leading apostrophe, so a light's name can never run as a formula there.
+    static const QString kFormulaStarts = QStringLiteral("=+-@\t\r");
+    const bool formula = !field.isEmpty() && kFormulaStarts.contains(field.at(0));
+    const QString text = formula ? QLatin1Char('\'') + field : field;
+    const bool quote = formula || text.contains(QLatin1Char(',')) ||
+                       text.contains(QLatin1Char('"')) || text.contains(QLatin1Char('\n')) ||
+                       text.contains(QLatin1Char('\r'));
     if (!quote)
         return text;
     QString quoted = text;

@@ -18,6 +18,7 @@ private slots:
     void pdfIsWritten();
     void failures_data();
     void failures();
+    void pdfNeverOverwritesTheMap();
 };
 
 namespace {
@@ -119,6 +120,8 @@ void tst_CliPatch::failures_data()
                                << "Error in line: 1, column: 1";
     QTest::newRow("PDF into a missing folder")
         << QStringList{kExample, "--pdf", "/nonexistent/dir/plan.pdf"} << 1 << "cannot write";
+    QTest::newRow("PDF into a device") << QStringList{kExample, "--pdf", "/dev/null"} << 1
+                                       << "not a regular file";
     QTest::newRow("no map") << QStringList{"--csv"} << 2 << "takes one MAP";
     QTest::newRow("two maps") << QStringList{kExample, kExample} << 2 << "takes one MAP";
     QTest::newRow("two formats") << QStringList{kExample, "--csv", "--json"} << 2
@@ -138,6 +141,23 @@ void tst_CliPatch::failures()
     QCOMPARE(run.status, status);
     QVERIFY2(run.err.contains(stderrText.toUtf8()), run.err.constData());
     QVERIFY(run.out.isEmpty());
+}
+
+// A slip of the keyboard must not turn the map into its own printout.
+void tst_CliPatch::pdfNeverOverwritesTheMap()
+{
+    QTemporaryDir dir;
+    const QString map = dir.filePath(QStringLiteral("site.map"));
+    QVERIFY(QFile::copy(kExample, map));
+    QFile original(map);
+    QVERIFY(original.open(QIODevice::ReadOnly));
+    const QByteArray before = original.readAll();
+    original.close();
+    const ProgramRun run = cli({"map", "patch", map, "--pdf", map});
+    QCOMPARE(run.status, 2);
+    QVERIFY2(run.err.contains("is the map itself"), run.err.constData());
+    QVERIFY(original.open(QIODevice::ReadOnly));
+    QCOMPARE(original.readAll(), before);
 }
 
 QTEST_GUILESS_MAIN(tst_CliPatch)

@@ -214,16 +214,24 @@ void tst_PatchList::jsonShape()
 void tst_PatchList::csvKeepsHostileNames_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::newRow("comma") << "Cove, north";
-    QTest::newRow("quotes") << "The \"big\" one";
-    QTest::newRow("only a quote") << "\"";
-    QTest::newRow("line feed") << "two\nlines";
-    QTest::newRow("carriage return and line feed") << "two\r\nlines";
-    QTest::newRow("XML-special characters") << "<light id='1'> & </light>";
-    QTest::newRow("spreadsheet formula") << "=SUM(A1:A9)";
-    QTest::newRow("non-Latin") << QString::fromUtf8("Façade – 東 1");
-    QTest::newRow("empty") << "";
-    QTest::newRow("blanks at the ends") << "  padded  ";
+    QTest::addColumn<QString>("read"); // what a CSV reader gets back
+    QTest::newRow("comma") << "Cove, north" << "Cove, north";
+    QTest::newRow("quotes") << "The \"big\" one" << "The \"big\" one";
+    QTest::newRow("only a quote") << "\"" << "\"";
+    QTest::newRow("line feed") << "two\nlines" << "two\nlines";
+    QTest::newRow("carriage return and line feed") << "two\r\nlines" << "two\r\nlines";
+    QTest::newRow("XML-special characters") << "<light id='1'> & </light>"
+                                            << "<light id='1'> & </light>";
+    // A spreadsheet must show these as text, never run them.
+    QTest::newRow("formula") << "=SUM(A1:A9)" << "'=SUM(A1:A9)";
+    QTest::newRow("formula with @") << "@SUM(1+1)" << "'@SUM(1+1)";
+    QTest::newRow("formula with a link") << "=HYPERLINK(\"http://x\",\"y\")"
+                                         << "'=HYPERLINK(\"http://x\",\"y\")";
+    QTest::newRow("leading minus") << "-2+3" << "'-2+3";
+    QTest::newRow("non-Latin") << QString::fromUtf8("Façade – 東 1")
+                               << QString::fromUtf8("Façade – 東 1");
+    QTest::newRow("empty") << "" << "";
+    QTest::newRow("blanks at the ends") << "  padded  " << "  padded  ";
 }
 
 void tst_PatchList::csvKeepsHostileNames()
@@ -240,8 +248,9 @@ void tst_PatchList::csvKeepsHostileNames()
     QCOMPARE(header.size(), 10);
     const QStringList row = parseCsvRecord(csv, pos);
     QCOMPARE(row.size(), header.size());
-    QCOMPARE(row.at(header.indexOf("Supply")), name);
-    QCOMPARE(row.at(header.indexOf("Name")), name);
+    QFETCH(QString, read);
+    QCOMPARE(row.at(header.indexOf("Supply")), read);
+    QCOMPARE(row.at(header.indexOf("Name")), read);
     QCOMPARE(row.at(header.indexOf("DMX Address")), QStringLiteral("1"));
     QCOMPARE(pos, csv.size()); // nothing after the one light's row
 }

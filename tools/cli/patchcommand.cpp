@@ -12,7 +12,11 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
+
+#include <unistd.h>
 
 namespace {
 
@@ -23,12 +27,24 @@ QString usage()
 }
 
 // Results go out as UTF-8 whatever the locale says, so names survive a pipe into a file.
-void writeOut(const QByteArray &bytes)
+// False when they could not all be written (a full disk, a closed pipe).
+bool writeOut(const QByteArray &bytes)
 {
     out().flush();
-    QFile stdoutFile;
-    if (stdoutFile.open(stdout, QIODevice::WriteOnly | QIODevice::Unbuffered))
-        stdoutFile.write(bytes);
+    if (std::fflush(stdout) != 0)
+        return false;
+    const char *next = bytes.constData();
+    qint64 left = bytes.size();
+    while (left > 0) {
+        const ssize_t written = ::write(STDOUT_FILENO, next, size_t(left));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        next += written;
+        left -= written;
+    }
+    return true;
 }
 
 } // namespace
@@ -88,6 +104,14 @@ int runMapPatch(const QStringList &arguments)
         err() << "orrery-cli: --pdf needs a FILE\n" << usage() << Qt::endl;
         return ExitUsage;
     }
+    // Writing the PDF over the map it is made from would lose the map.
+    if (parser.isSet(pdf) &&
+        QFileInfo(parser.value(pdf)).canonicalFilePath() ==
+            QFileInfo(mapPath).canonicalFilePath() &&
+        QFileInfo::exists(mapPath)) {
+        err() << "orrery-cli: --pdf FILE is the map itself: " << mapPath << Qt::endl;
+        return ExitUsage;
+    }
     // A PDF that cannot be written is found out before the map is read.
     QString reason;
     if (parser.isSet(pdf) && !checkWritable(parser.value(pdf), &reason)) {
@@ -113,11 +137,14 @@ int runMapPatch(const QStringList &arguments)
         return ExitOk;
     }
     const PatchList list = PatchList::fromModel(model);
-    if (parser.isSet(csv))
-        writeOut(PatchListFormats::toCsv(list));
-    else if (parser.isSet(json))
-        writeOut(QJsonDocument(PatchListFormats::toJson(list)).toJson(QJsonDocument::Indented));
-    else
-        writeOut(PatchListFormats::toText(list).toUtf8());
+    const QByteArray bytes =
+        parser.isSet(csv) ? PatchListFormats::toCsv(list)
+        : parser.isSet(json)
+            ? QJsonDocument(PatchListFormats::toJson(list)).toJson(QJsonDocument::Indented)
+            : PatchListFormats::toText(list).toUtf8();
+    if (!writeOut(bytes)) {
+        err() << "orrery-cli: could not write the patch list to standard output" << Qt::endl;
+        return ExitFailure;
+    }
     return ExitOk;
 }
