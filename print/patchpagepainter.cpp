@@ -10,19 +10,6 @@
 
 namespace {
 
-// What an electrician should look at twice, in a few words.
-QString checkText(const PatchLight &light)
-{
-    QStringList notes;
-    if (!light.hasAddress())
-        notes << QStringLiteral("no address");
-    if (light.overlapsPrevious)
-        notes << QStringLiteral("overlaps");
-    if (light.runsPastUniverse())
-        notes << QStringLiteral("past 512");
-    return notes.join(QStringLiteral(", "));
-}
-
 const char *const kTitles[] = {"Name", "Serial", "Port", "DMX Address", "Channels", "Check"};
 
 } // namespace
@@ -50,7 +37,7 @@ PatchPagePainter::PatchPagePainter(const PatchList &list, const PrintStyle &styl
     for (const PatchSupply &supply : list.supplies)
         for (const PatchPort &port : supply.ports)
             for (const PatchLight &light : port.lights)
-                if (const QString text = checkText(light);
+                if (const QString text = PatchText::checkNotes(light, PatchText::NoteLength::Brief);
                     !text.isEmpty() && !checks.contains(text))
                     checks << text;
     m_columnWidth[Check] = 0;
@@ -238,7 +225,8 @@ void PatchPagePainter::paintRows(QPainter &painter, const PatchPagination::Block
         painter.drawText(cell(Dmx, top, m_rowHeight), left, PatchText::dmxRange(light));
         painter.drawText(cell(Channels, top, m_rowHeight), right, QString::number(light.channels));
         if (m_columnWidth[Check] > 0) {
-            if (const QString check = checkText(light); !check.isEmpty()) {
+            if (const QString check = PatchText::checkNotes(light, PatchText::NoteLength::Brief);
+                !check.isEmpty()) {
                 painter.setFont(m_style.strong);
                 painter.setPen(m_style.warning);
                 painter.drawText(cell(Check, top, m_rowHeight), left, check);

@@ -128,6 +128,19 @@ QString serial(quint64 serial)
     return SerialText::ofKnown(serial);
 }
 
+QString checkNotes(const PatchLight &light, NoteLength length)
+{
+    const bool brief = length == NoteLength::Brief;
+    QStringList notes;
+    if (!light.hasAddress())
+        notes << (brief ? QStringLiteral("no address") : QStringLiteral("no DMX address"));
+    if (light.overlapsPrevious)
+        notes << (brief ? QStringLiteral("overlaps") : QStringLiteral("overlaps the light before"));
+    if (light.runsPastUniverse())
+        notes << (brief ? QStringLiteral("past 512") : QStringLiteral("runs past 512"));
+    return notes.join(QStringLiteral(", "));
+}
+
 QString dmxRange(const PatchLight &light)
 {
     if (!light.hasAddress())

@@ -68,6 +68,11 @@ QString serial(quint64 serial);
 // "1-3" for a light of three slots at address 1, "7" for a single slot, empty without an
 // address.
 QString dmxRange(const PatchLight &light);
+// What an electrician should look at twice about a light: no address, slots shared with the
+// light before, a range past 512. Brief for a table column, full for a text report; empty
+// when all is well.
+enum class NoteLength { Brief, Full };
+QString checkNotes(const PatchLight &light, NoteLength length);
 // Orders names as people read numbered labels: digit runs by value, letters without regard
 // to case; negative, zero or positive like QString::compare.
 int naturalCompare(const QString &a, const QString &b);

@@ -43,18 +43,6 @@ QString fitted(const QString &text, int width)
     return text.left(width - 1) + QChar(0x2026);
 }
 
-QString noteFor(const PatchLight &light)
-{
-    QStringList notes;
-    if (!light.hasAddress())
-        notes << QStringLiteral("no DMX address");
-    if (light.overlapsPrevious)
-        notes << QStringLiteral("overlaps the light before");
-    if (light.runsPastUniverse())
-        notes << QStringLiteral("runs past 512");
-    return notes.join(QStringLiteral(", "));
-}
-
 } // namespace
 
 namespace PatchListFormats {
@@ -178,7 +166,7 @@ QString toText(const PatchList &list)
                     QLatin1Char(' ') + QString::number(light.channels).rightJustified(3) +
                     QStringLiteral("  ") + fitted(PatchText::singleLine(light.name), nameWidth) +
                     QStringLiteral("  ") + PatchText::serial(light.serial).leftJustified(12);
-                const QString note = noteFor(light);
+                const QString note = PatchText::checkNotes(light, PatchText::NoteLength::Full);
                 if (!note.isEmpty())
                     line += QStringLiteral("  ! ") + note;
                 while (line.endsWith(QLatin1Char(' ')))
