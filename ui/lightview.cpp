@@ -79,6 +79,8 @@ void LightView::handleDoubleClicked(const QModelIndex &index)
 {
     if (isSupplyRow(index))
         emit editDataSupplyRequested(m_model->uidAt(index));
+    else if (m_model->rowKind(index) == LightTreeModel::RowKind::Light)
+        emit editLightsRequested({m_model->uidAt(index)});
 }
 
 void LightView::contextMenuEvent(QContextMenuEvent *event)

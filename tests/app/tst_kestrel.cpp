@@ -539,7 +539,8 @@ void tst_Kestrel::lightPaneOpensTheEditorOnASupply()
     QCOMPARE(m_window->model().dataSupply(supplyUid)->name(), QStringLiteral("From the menu"));
     QVERIFY(m_window->isDirty());
 
-    // A double-click on a supply row opens the editor; on a light row nothing.
+    // A double-click on a supply row opens the Interface Editor; on a light row the
+    // light-property editor on that light.
     m_window->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     view->expand(supplyRow);
@@ -551,7 +552,8 @@ void tst_Kestrel::lightPaneOpensTheEditorOnASupply()
     const int before = m_prompts->asked.size();
     QVERIFY(view->visualRect(lightRow).isValid());
     doubleClick(view->viewport(), view->visualRect(lightRow).center());
-    QCOMPARE(m_prompts->asked.size(), before);
+    QCOMPARE(m_prompts->asked.size(), before + 1);
+    QCOMPARE(m_prompts->asked.constLast().title, QStringLiteral("Edit Light"));
 
     // The context menu of a supply row offers the interface editor; a light row the
     // light-property editor.
