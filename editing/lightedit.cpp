@@ -55,6 +55,18 @@ int channelsOf(const Light &light, const QMap<QString, QString> &properties, boo
     return std::max(1, SupplyFrameTable::formatFor(probe, useProfiles).footprint());
 }
 
+// A value as the user sees it. Maps keep some values in their text form ("RGB" for an LED
+// chemistry); those are shown as they stand.
+QString shownValue(const PropertyMapper &mapper, const QString &token, const QString &value)
+{
+    const QString text = mapper.valueToText(token, value);
+    if (text != PropertyMapper::kUnsupportedMapping)
+        return text;
+    const QString asValue = mapper.textToValue(token, value);
+    return asValue != PropertyMapper::kUnsupportedMapping ? mapper.valueToText(token, asValue)
+                                                          : text;
+}
+
 int dmxOffsetOf(const Light &light)
 {
     bool ok = false;
@@ -176,7 +188,7 @@ Summary summarise(const MapModel &model, const QList<quint64> &lightUids,
         for (const quint64 uid : lightUids)
             if (const Light *light = model.light(uid))
                 values.add(light->hasDeviceProperty(token)
-                               ? mapper.valueToText(token, light->deviceProperty(token))
+                               ? shownValue(mapper, token, light->deviceProperty(token))
                                : QString());
         row.current = values.summary();
         summary.rows.append(row);

@@ -3,6 +3,7 @@
 // the editor open and the map as it was, and a chase built in the Group Editor. With
 // ORRERY_SCREENSHOT_DIR set it also writes pictures of the two editors.
 #include "app/mapediting.h"
+#include "devices/definitionpropertyformat.h"
 #include "devices/deviceresources.h"
 #include "model/group.h"
 #include "model/light.h"

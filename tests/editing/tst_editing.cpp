@@ -57,6 +57,7 @@ private slots:
     void init();
     void summaryShowsVariousOrTheCommonValue_data();
     void summaryShowsVariousOrTheCommonValue();
+    void textAndNumberFormsAreOneValue();
     void oneEditIsOneUndoStep_data();
     void oneEditIsOneUndoStep();
     void refusalsChangeNothing_data();
@@ -156,6 +157,19 @@ void tst_Editing::summaryShowsVariousOrTheCommonValue()
     QVERIFY(std::any_of(summary.rows.cbegin(), summary.rows.cend(), [](const auto &r) {
         return r.token == QLatin1String("INPUT_RESOLUTION") && r.editable;
     }));
+}
+
+// Maps keep a chemistry as text ("RGBW"), lights made by hand as its number: one value.
+void tst_Editing::textAndNumberFormsAreOneValue()
+{
+    m_model->light(m_lights.at(0))->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), "RGBW");
+    const LightEdit::Summary summary = LightEdit::summarise(
+        *m_model, {m_lights.at(0), m_lights.at(1)}, *m_dictionary, *m_mapper);
+    const auto row = std::find_if(summary.rows.cbegin(), summary.rows.cend(), [](const auto &r) {
+        return r.token == QLatin1String("LED_CHEMISTRY");
+    });
+    QVERIFY(row != summary.rows.cend());
+    QCOMPARE(row->current.text(), QStringLiteral("RGBW"));
 }
 
 void tst_Editing::oneEditIsOneUndoStep_data()
