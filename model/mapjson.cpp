@@ -1,6 +1,7 @@
 #include "model/mapjson.h"
 
 #include "model/datasupply.h"
+#include "model/effectrecord.h"
 #include "model/group.h"
 #include "model/light.h"
 #include "model/mapmodel.h"
@@ -32,8 +33,7 @@ QJsonObject propertyObject(const QMap<QString, QString> &properties)
     return object;
 }
 
-template<typename T>
-QList<T *> byUid(QList<T *> list)
+template <typename T> QList<T *> byUid(QList<T *> list)
 {
     std::sort(list.begin(), list.end(), [](const T *a, const T *b) { return a->uid() < b->uid(); });
     return list;
@@ -121,6 +121,27 @@ QJsonObject map(const MapModel &model)
         {QStringLiteral("lights"), lights},
         {QStringLiteral("groups"), groups},
     };
+}
+
+QJsonObject fileContent(const MapModel &model)
+{
+    QJsonObject content = map(model);
+    QJsonArray supplies;
+    for (const QJsonValue &supply : content.value(QStringLiteral("supplies")).toArray()) {
+        QJsonObject object = supply.toObject();
+        object.remove(QStringLiteral("missing"));
+        supplies.append(object);
+    }
+    content.insert(QStringLiteral("supplies"), supplies);
+    QJsonArray effects;
+    for (const EffectRecord &effect : model.effects()) {
+        QJsonArray elements;
+        for (const auto &element : effect.elements)
+            elements.append(QJsonArray{element.first, element.second});
+        effects.append(elements);
+    }
+    content.insert(QStringLiteral("effects"), effects);
+    return content;
 }
 
 } // namespace MapJson

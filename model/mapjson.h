@@ -18,5 +18,8 @@ QJsonObject light(const Light &light);
 QJsonObject group(const Group &group);
 // {"imageFile", "supplies", "lights", "groups"}, each list in uid order.
 QJsonObject map(const MapModel &model);
+// Everything a map file carries, for comparing two models: map() with the effects and
+// without the supplies' missing flag, which is run-time state that files never hold.
+QJsonObject fileContent(const MapModel &model);
 
 } // namespace MapJson

@@ -6,8 +6,6 @@
 #include "model/mapjson.h"
 #include "model/mapmodel.h"
 
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -53,29 +51,6 @@ QStringList childTags(const QByteArray &xml, const QString &parent)
 }
 
 const char kSupplyOnly[] = "<map><c><t>%1</t><s>A</s><n>S</n></c><l><s>B</s></l></map>";
-
-// Everything a map holds, for comparing two models. The supplies' missing flag is left out:
-// it is run-time state that map files never carry.
-QJsonObject content(const MapModel &model)
-{
-    QJsonObject map = MapJson::map(model);
-    QJsonArray supplies;
-    for (const QJsonValue &supply : map.value(QStringLiteral("supplies")).toArray()) {
-        QJsonObject object = supply.toObject();
-        object.remove(QStringLiteral("missing"));
-        supplies.append(object);
-    }
-    map.insert(QStringLiteral("supplies"), supplies);
-    QJsonArray effects;
-    for (const EffectRecord &effect : model.effects()) {
-        QJsonArray elements;
-        for (const auto &element : effect.elements)
-            elements.append(QJsonArray{element.first, element.second});
-        effects.append(elements);
-    }
-    map.insert(QStringLiteral("effects"), effects);
-    return map;
-}
 
 // The loader's notes about values it did not take ("loadLight: light 1: ..."), as opposed to
 // its progress messages ("Loading a ...", "Doc has ...").
@@ -196,7 +171,7 @@ void tst_MapFile::everyFieldRoundTrips()
     QCOMPARE(s->port(1), (SupplyPort{2, 7, 0xFFFB}));
     model.dataSupply(0x1234567890ULL)->setPort(1, {2, 7, 0xFFFB});
     // Every field of every object (the JSON view holds them all) comes back as it was.
-    QCOMPARE(content(loaded), content(model));
+    QCOMPARE(MapJson::fileContent(loaded), MapJson::fileContent(model));
     // A second save of what was loaded is byte-for-byte the same file.
     QCOMPARE(save(loaded), save(model));
 }
@@ -717,7 +692,7 @@ void tst_MapFile::hostileMapsRoundTrip()
     QSignalSpy againMessages(&again, &MapModel::msg);
     QVERIFY(load(again, saved));
     QCOMPARE(notesOf(againMessages), QStringList());
-    QCOMPARE(content(again), content(loaded));
+    QCOMPARE(MapJson::fileContent(again), MapJson::fileContent(loaded));
     QCOMPARE(save(again), saved);
 }
 
