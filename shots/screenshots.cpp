@@ -1,6 +1,8 @@
 // Pictures of the main window and its dialogs for people to look at, written to the folder
-// named by ORRERY_SCREENSHOT_DIR; skipped when that is not set. Run for instance with
-//   ORRERY_SCREENSHOT_DIR=/tmp/shots QT_QPA_PLATFORM=offscreen build/tests/app/tst_screenshots
+// named by ORRERY_SCREENSHOT_DIR. This is a looking aid, not a test: it checks nothing beyond
+// its own set-up and is not part of the test run. scripts/screenshots runs it offscreen inside
+// a network namespace of its own (the window and the simulator announce themselves).
+// It drives the window through QtTest's runner and the tests' scripted prompts.
 #include "app/demoguide.h"
 #include "app/kestrel.h"
 #include "app/layoutpane.h"
@@ -474,4 +476,4 @@ void tst_Screenshots::printPreview()
 }
 
 QTEST_MAIN(tst_Screenshots)
-#include "tst_screenshots.moc"
+#include "screenshots.moc"
