@@ -1,8 +1,7 @@
 // The protocol object on a real socket, in a namespace of its own: that each send operation
 // puts the codec's bytes on the wire, the address and truncation rules, the request signals,
 // every reply type arriving as the right signal with the right arguments, and the socket
-// reset. The "controller" is a plain socket on port 6038 of the
-// loop-back; broadcasts are pointed at 127.0.0.1.
+// reset. The "controller" is a plain socket on port 6038; broadcasts go to 127.0.0.1.
 #include "support/netnamespace.h"
 #include "replydescription.h"
 #include "replyrows.h"
@@ -182,6 +181,7 @@ private slots:
     void requestSignals();
     void replies_data();
     void replies();
+    void ignoredReplies();
     void listSignalsCanBeSpied();
     void resetSocketIsQuickAndClean();
     void signalDeclarationOrder();
@@ -325,6 +325,20 @@ void tst_Vistra::replies()
     device.send(datagram, vistra.socket()->localPort());
     QTRY_VERIFY(!recorder.lines.isEmpty());
     QCOMPARE(recorder.lines.join(QLatin1Char('\n')), expected);
+}
+
+// Garbage, truncated and foreign datagrams (replyrows.h) are dropped without a signal, and the
+// object still reads the good reply after them.
+void tst_Vistra::ignoredReplies()
+{
+    Vistra vistra;
+    Recorder recorder(vistra);
+    Device device;
+    for (const ReplyRow &row : ignoredRows())
+        device.send(row.datagram, vistra.socket()->localPort());
+    device.send(kBlinkScanReply, vistra.socket()->localPort());
+    QTRY_VERIFY(!recorder.lines.isEmpty());
+    QCOMPARE(recorder.lines, QStringList{"blinkScan ip=192.168.1.20 sn=0x1a20011"});
 }
 
 // The list signals carry their values by value and can be recorded or queued (moc registers
