@@ -40,6 +40,32 @@ private:
     DataSupply *discoverSupply(DiscoveryEngine &engine, quint32 ip, int version);
 };
 
+namespace {
+
+constexpr quint32 kIp = 0x7F000101; // 127.0.1.1
+
+// A light of a version-1 supply at 127.0.1.1, found by blink scan.
+Light *scanned(DiscoveryEngine &engine, quint32 serial)
+{
+    engine.handleBlinkScanResponse(kIp, serial);
+    return engine.lightBySerial(serial);
+}
+
+// The read the guard timer waits for: "method address serial ip", or "off".
+QString guard(DiscoveryEngine &engine)
+{
+    const QTimer *timer = engine.readTimer();
+    if (!timer->isActive())
+        return QStringLiteral("off");
+    return QStringLiteral("%1 %2 0x%3 %4")
+        .arg(timer->property("method").toString())
+        .arg(timer->property("readAddress").toUInt())
+        .arg(timer->property("sn").toULongLong(), 0, 16)
+        .arg(timer->property("ip").toString());
+}
+
+} // namespace
+
 char tst_DiscoveryEngine::mac[6] = {0x02, 0x4C, 0, 0, 1, 1};
 char tst_DiscoveryEngine::version[8] = "2.4.1";
 char tst_DiscoveryEngine::id[16] = "North PDS";
@@ -56,26 +82,26 @@ void tst_DiscoveryEngine::initTestCase()
 DataSupply *tst_DiscoveryEngine::discoverSupply(DiscoveryEngine &engine, quint32 ip, int ver)
 {
     QSignalSpy spy(&engine, &DiscoveryEngine::discoveredController);
-    engine.handleVistraDiscoverResponse(mac, ip, 0x4C510000 + (ip & 0xFF), quint16(ver), 3,
-                                        version, id);
+    engine.handleVistraDiscoverResponse(mac, ip, 0x4C510000 + (ip & 0xFF), quint16(ver), 3, version,
+                                        id);
     return spy.isEmpty() ? nullptr : spy.at(0).at(0).value<DataSupply *>();
 }
 
 void tst_DiscoveryEngine::secondReplyFromAKnownAddressIsIgnored()
 {
     DiscoveryEngine engine;
-    QSignalSpy spy(&engine, &DiscoveryEngine::discoveredController);
-    DataSupply *supply = discoverSupply(engine, 0x7F000101, 2);
+    const DataSupply *supply = discoverSupply(engine, kIp, 2);
     QVERIFY(supply);
-    QCOMPARE(supply->name(), QStringLiteral("North PDS"));
-    QCOMPARE(supply->serialNumber(), quint64(0x4C510001));
-    QCOMPARE(supply->ipAddress(), QHostAddress(QStringLiteral("127.0.1.1")));
-    QCOMPARE(supply->macAddress(), QStringLiteral("02:4C:00:00:01:01"));
-    QCOMPARE(supply->version(), 2);
-    QCOMPARE(supply->universe(), 3u);
-    QCOMPARE(supply->versionString(), QStringLiteral("2.4.1"));
+    QCOMPARE(QStringLiteral("%1 0x%2 %3 %4 v%5 u%6 %7")
+                 .arg(supply->name())
+                 .arg(supply->serialNumber(), 0, 16)
+                 .arg(supply->ipAddress().toString(), supply->macAddress())
+                 .arg(supply->version())
+                 .arg(supply->universe())
+                 .arg(supply->versionString()),
+             QStringLiteral("North PDS 0x4c510001 127.0.1.1 02:4C:00:00:01:01 v2 u3 2.4.1"));
 
-    engine.handleVistraDiscoverV3Response(mac, 0x7F000101, 0x4C5300000001ULL, 3, 0, version, id);
+    engine.handleVistraDiscoverV3Response(mac, kIp, 0x4C5300000001ULL, 3, 0, version, id);
     QCOMPARE(engine.supplies().size(), 1);
     QVERIFY(discoverSupply(engine, 0x7F000102, 3));
     QCOMPARE(engine.supplies().size(), 2);
@@ -83,7 +109,7 @@ void tst_DiscoveryEngine::secondReplyFromAKnownAddressIsIgnored()
     // A new discovery forgets the earlier answers.
     engine.discoverControllers();
     QVERIFY(engine.supplies().isEmpty());
-    QVERIFY(discoverSupply(engine, 0x7F000101, 2));
+    QVERIFY(discoverSupply(engine, kIp, 2));
 }
 
 void tst_DiscoveryEngine::wirePortsAreCountedFromOne_data()
@@ -100,10 +126,10 @@ void tst_DiscoveryEngine::wirePortsAreCountedFromOne()
     QFETCH(int, wirePort);
     QFETCH(int, modelPort);
     DiscoveryEngine engine;
-    DataSupply *supply = discoverSupply(engine, 0x7F000101, 2);
+    DataSupply *supply = discoverSupply(engine, kIp, 2);
     QSignalSpy lights(&engine, &DiscoveryEngine::discoveredLight);
-    engine.handleBlinkScan2SNResponse(0x7F000101, uchar(wirePort), 2, {0x4C310001, 0x4C310002});
-    engine.handleBlinkScan2XRDMResponse(0x7F000101, uchar(wirePort), {0x7FF701000201ULL});
+    engine.handleBlinkScan2SNResponse(kIp, uchar(wirePort), 2, {0x4C310001, 0x4C310002});
+    engine.handleBlinkScan2XRDMResponse(kIp, uchar(wirePort), {0x7FF701000201ULL});
     QCOMPARE(lights.count(), 3);
     for (const auto &args : lights) {
         const Light *light = args.at(0).value<Light *>();
@@ -119,106 +145,94 @@ void tst_DiscoveryEngine::wirePortsAreCountedFromOne()
 void tst_DiscoveryEngine::repeatedScansReportALightOnce()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
+    discoverSupply(engine, kIp, 1);
     QSignalSpy lights(&engine, &DiscoveryEngine::discoveredLight);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    scanned(engine, 0x4C310001);
+    scanned(engine, 0x4C310001);
+    const Light *second = scanned(engine, 0x4C310002);
     QCOMPARE(lights.count(), 2);
-    QCOMPARE(engine.lightBySerial(0x4C310002)->portNumber(), 0u);
-    QCOMPARE(engine.lightBySerial(0x4C310002)->lightNumber(), 1);
+    QCOMPARE(second->portNumber(), 0u);
+    QCOMPARE(second->lightNumber(), 1);
 }
 
 void tst_DiscoveryEngine::dmxOffsetBytesCombineBigEndian()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    Light *light = engine.lightBySerial(0x4C310001);
+    discoverSupply(engine, kIp, 1);
+    Light *light = scanned(engine, 0x4C310001);
     engine.readLightData({light});
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x12);
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x34);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 64, 0x12);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x34);
     QCOMPARE(light->deviceProperty("DMX_OFFSET"), QString::number(0x1234));
     // The low byte replaces bits 0-7 only.
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x01);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x01);
     QCOMPARE(light->deviceProperty("DMX_OFFSET"), QString::number(0x1201));
-
     // A light that already holds an offset (from the map) keeps the half that did not answer.
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
-    Light *known = engine.lightBySerial(0x4C310002);
+    Light *known = scanned(engine, 0x4C310002);
     known->setDeviceProperty("DMX_OFFSET", "300"); // 0x012C
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310002, 65, 0x05);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310002, 65, 0x05);
     QCOMPARE(known->deviceProperty("DMX_OFFSET"), QString::number(0x0105));
 }
 
 void tst_DiscoveryEngine::guardFollowsTheLightItProtects()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
-    Light *a = engine.lightBySerial(0x4C310001);
-    Light *b = engine.lightBySerial(0x4C310002);
+    discoverSupply(engine, kIp, 1);
+    Light *a = scanned(engine, 0x4C310001);
+    Light *b = scanned(engine, 0x4C310002);
     engine.readLightData({a, b});
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0);
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310002, 64, 0); // the guard is now on b
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 1); // a is done
-    QVERIFY(engine.readTimer()->isActive());
-    QCOMPARE(engine.readTimer()->property("sn").toULongLong(), quint64(0x4C310002));
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 64, 0);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310002, 64, 0); // the guard is now on b
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 1); // a is done
+    QCOMPARE(guard(engine), QStringLiteral("EERead 65 0x4c310002 127.0.1.1"));
 
     engine.readLightData({a});
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0); // the guard is on a again
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 1); // a is done: no guard
-    QVERIFY(!engine.readTimer()->isActive());
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 64, 0); // the guard is on a again
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 1); // a is done: no guard
+    QCOMPARE(guard(engine), QStringLiteral("off"));
     QVERIFY(engine.isReadPending(b)); // b's stall is the reader's to notice
 }
 
 void tst_DiscoveryEngine::readRunAdvancesOnlyOnTheAwaitedAnswer()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    Light *light = engine.lightBySerial(0x4C310001);
+    discoverSupply(engine, kIp, 1);
+    Light *light = scanned(engine, 0x4C310001);
     QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
 
     engine.readLightData({light});
     QVERIFY(engine.isReadPending(light));
-    QVERIFY(!engine.readTimer()->isActive()); // the first request goes out unguarded
+    QCOMPARE(guard(engine), QStringLiteral("off")); // the first request goes out unguarded
     // An answer for 65 before 64 was answered (a late duplicate) does not move the run on.
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x07);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x07);
     QVERIFY(engine.isReadPending(light));
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x00);
-    QVERIFY(engine.readTimer()->isActive());
-    QCOMPARE(engine.readTimer()->property("method").toString(), QStringLiteral("EERead"));
-    QCOMPARE(engine.readTimer()->property("readAddress").toUInt(), 65u);
-    QCOMPARE(engine.readTimer()->property("sn").toULongLong(), quint64(0x4C310001));
-    QCOMPARE(engine.readTimer()->property("ip").toString(), QStringLiteral("127.0.1.1"));
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x2A);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 64, 0x00);
+    QCOMPARE(guard(engine), QStringLiteral("EERead 65 0x4c310001 127.0.1.1"));
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x2A);
     QCOMPARE(complete.count(), 1);
     QCOMPARE(complete.at(0).at(0).toULongLong(), light->uid());
     QVERIFY(!engine.isReadPending(light));
-    QVERIFY(!engine.readTimer()->isActive());
+    QCOMPARE(guard(engine), QStringLiteral("off"));
     QCOMPARE(light->deviceProperty("DMX_OFFSET"), QStringLiteral("42"));
     // A duplicate after the end changes nothing and completes nothing twice.
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x2A);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x2A);
     QCOMPARE(complete.count(), 1);
 }
 
 void tst_DiscoveryEngine::rdmReadRunEndsAfterItsParameters()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 3);
-    engine.handleBlinkScan2XRDMResponse(0x7F000101, 1, {0x7FF701000201ULL});
+    discoverSupply(engine, kIp, 3);
+    engine.handleBlinkScan2XRDMResponse(kIp, 1, {0x7FF701000201ULL});
     Light *light = engine.lightBySerial(0x7FF701000201ULL);
     QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
 
     engine.readLightData({light});
-    QCOMPARE(engine.readTimer()->property("method").toString(), QStringLiteral("XRDMGet"));
-    QCOMPARE(engine.readTimer()->property("readAddress").toUInt(), 96u);
-    engine.handleRDMGetReply(0x7F000101, 0x7FF701000201ULL, 0x0060, "D.0257-P.0101-F.0102");
-    engine.handleRDMGetReply(0x7F000101, 0x7FF701000201ULL, 0x0080, "Sim RDM Spot");
+    QCOMPARE(guard(engine), QStringLiteral("XRDMGet 96 0x7ff701000201 127.0.1.1"));
+    engine.handleRDMGetReply(kIp, 0x7FF701000201ULL, 0x0060, "D.0257-P.0101-F.0102");
+    engine.handleRDMGetReply(kIp, 0x7FF701000201ULL, 0x0080, "Sim RDM Spot");
     QCOMPARE(complete.count(), 0);
-    engine.handleRDMGetReply(0x7F000101, 0x7FF701000201ULL, 0x00F0, "91");
+    engine.handleRDMGetReply(kIp, 0x7FF701000201ULL, 0x00F0, "91");
     QCOMPARE(complete.count(), 1);
     QCOMPARE(light->deviceProperty("RDM_DEVICE_INFO"), QStringLiteral("D.0257-P.0101-F.0102"));
     QCOMPARE(light->deviceProperty("RDM_DEVICE_MODEL_DESCRIPTION"), QStringLiteral("Sim RDM Spot"));
@@ -228,11 +242,10 @@ void tst_DiscoveryEngine::rdmReadRunEndsAfterItsParameters()
 void tst_DiscoveryEngine::timeoutRetriesAndRearmsAsRdmGet()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    Light *light = engine.lightBySerial(0x4C310001);
+    discoverSupply(engine, kIp, 1);
+    Light *light = scanned(engine, 0x4C310001);
     engine.readLightData({light});
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x00);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 64, 0x00);
     const quint16 portBefore = engine.protocol()->socket()->localPort();
 
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("No response received from device"));
@@ -242,12 +255,10 @@ void tst_DiscoveryEngine::timeoutRetriesAndRearmsAsRdmGet()
     // The retry runs on a fresh socket and re-arms the guard as an RDM get, whatever was
     // resent: installations in the field behave so.
     QVERIFY(engine.protocol()->socket()->localPort() != portBefore);
-    QVERIFY(engine.readTimer()->isActive());
-    QCOMPARE(engine.readTimer()->property("method").toString(), QStringLiteral("XRDMGet"));
-    QCOMPARE(engine.readTimer()->property("readAddress").toUInt(), 65u);
+    QCOMPARE(guard(engine), QStringLiteral("XRDMGet 65 0x4c310001 127.0.1.1"));
     // Replies still reach the engine after the reset.
     QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x05);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x05);
     QCOMPARE(complete.count(), 1);
 }
 
@@ -256,17 +267,17 @@ void tst_DiscoveryEngine::timeoutRetriesAndRearmsAsRdmGet()
 void tst_DiscoveryEngine::forgottenLightsAreReportedAgain()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    discoverSupply(engine, kIp, 1);
+    engine.handleBlinkScanResponse(kIp, 0x4C310001);
+    engine.handleBlinkScanResponse(kIp, 0x4C310002);
     std::unique_ptr<Light> taken = engine.takeLight(engine.lightBySerial(0x4C310001));
     QPointer<Light> left = engine.lightBySerial(0x4C310002);
     engine.forgetLights();
     QVERIFY(!left); // engine-owned: deleted
     QVERIFY(!engine.lightBySerial(0x4C310001));
     QSignalSpy lights(&engine, &DiscoveryEngine::discoveredLight);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    engine.handleBlinkScanResponse(kIp, 0x4C310001);
+    engine.handleBlinkScanResponse(kIp, 0x4C310002);
     QCOMPARE(lights.count(), 2);
     QVERIFY(engine.lightBySerial(0x4C310001) != taken.get());
     // Numbering on the port starts again as well.
@@ -279,11 +290,10 @@ void tst_DiscoveryEngine::forgottenLightsAreReportedAgain()
 void tst_DiscoveryEngine::abandonedReadsStopRetrying()
 {
     DiscoveryEngine engine;
-    discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    Light *light = engine.lightBySerial(0x4C310001);
+    discoverSupply(engine, kIp, 1);
+    Light *light = scanned(engine, 0x4C310001);
     engine.readLightData({light});
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 64, 0x01);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 64, 0x01);
     QVERIFY(engine.readTimer()->isActive());
     QVERIFY(engine.isReadPending(light));
     engine.abandonReads();
@@ -291,7 +301,7 @@ void tst_DiscoveryEngine::abandonedReadsStopRetrying()
     QVERIFY(!engine.hasPendingReads());
     // A late answer still lands in the light but starts nothing.
     QSignalSpy complete(&engine, &DiscoveryEngine::lightDataReadComplete);
-    engine.handleBlinkEEReadResponse(0x7F000101, 0x4C310001, 65, 0x02);
+    engine.handleBlinkEEReadResponse(kIp, 0x4C310001, 65, 0x02);
     QCOMPARE(dmxAddressOf(*light), 0x0102 + 1);
     QCOMPARE(complete.count(), 0);
     QVERIFY(!engine.readTimer()->isActive());
@@ -301,9 +311,9 @@ void tst_DiscoveryEngine::lightsTheMapHoldsAreNotAddedTwice()
 {
     DiscoveryEngine engine;
     MapModel model;
-    DataSupply *supply = discoverSupply(engine, 0x7F000101, 1);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
+    DataSupply *supply = discoverSupply(engine, kIp, 1);
+    engine.handleBlinkScanResponse(kIp, 0x4C310001);
+    engine.handleBlinkScanResponse(kIp, 0x4C310002);
     DiscoveredMapResult first =
         addDiscoveredToMap(model, engine, {supply}, {engine.lightBySerial(0x4C310001)});
     QCOMPARE(first.suppliesAdded, 1);
@@ -315,11 +325,11 @@ void tst_DiscoveryEngine::lightsTheMapHoldsAreNotAddedTwice()
     // The next scan finds both again; only the new one may join the map.
     engine.forgetLights();
     engine.registerSupply(model.dataSupplies().constFirst());
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310001);
-    engine.handleBlinkScanResponse(0x7F000101, 0x4C310002);
-    const DiscoveredMapResult second = addDiscoveredToMap(
-        model, engine, model.dataSupplies(),
-        {engine.lightBySerial(0x4C310001), engine.lightBySerial(0x4C310002)});
+    engine.handleBlinkScanResponse(kIp, 0x4C310001);
+    engine.handleBlinkScanResponse(kIp, 0x4C310002);
+    const DiscoveredMapResult second =
+        addDiscoveredToMap(model, engine, model.dataSupplies(),
+                           {engine.lightBySerial(0x4C310001), engine.lightBySerial(0x4C310002)});
     QCOMPARE(second.lightsAdded, 1);
     QCOMPARE(model.lightCount(), 2);
     QCOMPARE(model.dataSupplies().constFirst()->lights().size(), 2);

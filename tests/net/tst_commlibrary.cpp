@@ -198,9 +198,8 @@ void tst_CommLibrary::answers_data()
 
     QTest::newRow("four fields") << QByteArrayList{"7:1:127.0.0.2:PORT\n"}
                                  << QStringList{"127.0.0.2"};
-    QTest::newRow("three fields") << QByteArrayList{"1:127.0.0.2:PORT\n"} << QStringList();
+    // Which answers are malformed is pinned in tst_commmessages; one is enough here.
     QTest::newRow("five fields") << QByteArrayList{"7:1:127.0.0.2:PORT:1\n"} << QStringList();
-    QTest::newRow("10,000 colons") << QByteArrayList{QByteArray(10000, ':')} << QStringList();
     QTest::newRow("one connection per host")
         << QByteArrayList{"7:1:127.0.0.2:PORT\n", "7:1:127.0.0.2:PORT\n", "7:1:127.0.0.2:PORT\n",
                           "8:1:127.0.0.2:9\n"}

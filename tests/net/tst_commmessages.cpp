@@ -6,7 +6,7 @@
 
 namespace {
 
-// The expected body, encoded here on its own: every line plus a line feed, UTF-16LE, no BOM.
+// The expected body, encoded here on its own: every line ends in a line feed.
 QByteArray utf16Le(const QByteArray &latin1Lines)
 {
     QByteArray bytes;
@@ -53,56 +53,41 @@ class tst_CommMessages : public QObject
     Q_OBJECT
 
 private slots:
-    void registration_data();
-    void registration();
-    void thirteenCharacterNameIs516Bytes();
-    void pauseIs368Bytes();
+    void messages_data();
+    void messages();
     void parseAnswer_data();
     void parseAnswer();
 };
 
-void tst_CommMessages::registration_data()
+// The body is UTF-16LE without a byte-order mark; the header counts its bytes.
+void tst_CommMessages::messages_data()
 {
-    QTest::addColumn<QString>("application");
+    QTest::addColumn<QByteArray>("built");
     QTest::addColumn<QByteArray>("header");
     QTest::addColumn<QByteArray>("text");
     QTest::newRow("Orrery: own id and name")
-        << "Orrery" << QByteArray("Content-Length: 502\r\n\r\n")
+        << CommMessages::registrationFor("Orrery") << QByteArray("Content-Length: 502\r\n\r\n")
         << registrationText("3166485692", "Orrery");
     QTest::newRow("another name: generic id and name")
-        << "Kestrel" << QByteArray("Content-Length: 506\r\n\r\n")
+        << CommMessages::registrationFor("Kestrel") << QByteArray("Content-Length: 506\r\n\r\n")
         << registrationText("3166485691", "Pellucid");
     QTest::newRow("compared exactly: orrery")
-        << "orrery" << QByteArray("Content-Length: 506\r\n\r\n")
+        << CommMessages::registrationFor("orrery") << QByteArray("Content-Length: 506\r\n\r\n")
         << registrationText("3166485691", "Pellucid");
+    QTest::newRow("thirteen-character name")
+        << CommMessages::registration(3166485692u, QStringLiteral("Thirteen Char"))
+        << QByteArray("Content-Length: 516\r\n\r\n")
+        << registrationText("3166485692", "Thirteen Char");
+    QTest::newRow("pause") << CommMessages::pause() << QByteArray("Content-Length: 368\r\n\r\n")
+                           << kPauseText;
 }
 
-void tst_CommMessages::registration()
+void tst_CommMessages::messages()
 {
-    QFETCH(QString, application);
+    QFETCH(QByteArray, built);
     QFETCH(QByteArray, header);
     QFETCH(QByteArray, text);
-    QCOMPARE(CommMessages::registrationFor(application), header + utf16Le(text));
-}
-
-void tst_CommMessages::thirteenCharacterNameIs516Bytes()
-{
-    const QByteArray message =
-        CommMessages::registration(3166485692u, QStringLiteral("Thirteen Char"));
-    const QByteArray header = "Content-Length: 516\r\n\r\n";
-    QVERIFY(message.startsWith(header));
-    QCOMPARE(message.size() - header.size(), 516);
-    QCOMPARE(message.mid(header.size()), utf16Le(registrationText("3166485692", "Thirteen Char")));
-    // No byte-order mark: the body starts with '<' 00 and ends with a line feed 0A 00.
-    QCOMPARE(message.mid(header.size(), 2), QByteArray::fromHex("3c00"));
-    QVERIFY(message.endsWith(QByteArray::fromHex("0a00")));
-}
-
-void tst_CommMessages::pauseIs368Bytes()
-{
-    const QByteArray message = CommMessages::pause();
-    QCOMPARE(message, "Content-Length: 368\r\n\r\n" + utf16Le(kPauseText));
-    QCOMPARE(utf16Le(kPauseText).size(), 368);
+    QCOMPARE(built, header + utf16Le(text));
 }
 
 void tst_CommMessages::parseAnswer_data()

@@ -1,5 +1,6 @@
-// Reply parsing from hand-built datagrams: every type into the right values, and every
-// truncation, malformed or foreign datagram into nothing.
+// Reply parsing from hand-built datagrams (replyrows.h, shared with the protocol object test):
+// every type into the right values, and every truncation, malformed or foreign datagram into
+// nothing.
 #include "replydescription.h"
 #include "replyrows.h"
 
@@ -28,10 +29,6 @@ class tst_VistraReplies : public QObject
 private slots:
     void parse_data();
     void parse();
-    void trailingBytesAreIgnored_data();
-    void trailingBytesAreIgnored();
-    void truncated_data();
-    void truncated();
     void ignored_data();
     void ignored();
     void longDiscoverTexts();
@@ -46,39 +43,16 @@ void tst_VistraReplies::parse_data()
         QTest::newRow(row.name) << row.datagram << row.expected;
 }
 
+// Padding after the last field read changes nothing (the blink scan 2 summary, too, carries
+// only the entry bytes that were read). Every shorter prefix lacks bytes a field needs: none
+// may parse, none may read beyond its end (the copy makes the prefix its own allocation for
+// the sanitizers).
 void tst_VistraReplies::parse()
 {
     QFETCH(QByteArray, datagram);
     QFETCH(QString, expected);
     QCOMPARE(describe(datagram), expected);
-}
-
-// Padding after the last field read changes nothing: the blink scan 2 summary, too, carries
-// only the entry bytes that were read.
-void tst_VistraReplies::trailingBytesAreIgnored_data()
-{
-    parse_data();
-}
-
-void tst_VistraReplies::trailingBytesAreIgnored()
-{
-    QFETCH(QByteArray, datagram);
-    QFETCH(QString, expected);
     QCOMPARE(describe(datagram + QByteArray(7, '\x5A')), expected);
-}
-
-void tst_VistraReplies::truncated_data()
-{
-    QTest::addColumn<QByteArray>("datagram");
-    for (const ReplyRow &row : replyRows())
-        QTest::newRow(row.name) << row.datagram;
-}
-
-// Every prefix of a minimal reply lacks bytes a field needs: none may parse, none may read
-// beyond its end (the copy makes the prefix its own allocation for the sanitizers).
-void tst_VistraReplies::truncated()
-{
-    QFETCH(QByteArray, datagram);
     for (int length = 0; length < datagram.size(); ++length) {
         const QByteArray prefix(datagram.constData(), length);
         if (!describe(prefix).isEmpty())

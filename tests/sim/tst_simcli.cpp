@@ -1,9 +1,9 @@
 #include "support/netnamespace.h"
 #include "support/programrun.h"
-#include "simrequests.h"
 
 #include "net/commlibrary.h"
 #include "net/ksocket.h"
+#include "net/vistrarequests.h"
 
 #include <QHostAddress>
 #include <QNetworkDatagram>
@@ -140,13 +140,13 @@ void tst_SimCli::runsAndAnswers()
     QFETCH(int, replies);
     ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     QProcess process;
-    process.start(kSim, {QStringLiteral("--run-for"), QStringLiteral("800"),
-                              QStringLiteral("--drop"), drop});
+    process.start(
+        kSim, {QStringLiteral("--run-for"), QStringLiteral("800"), QStringLiteral("--drop"), drop});
     QVERIFY(process.waitForReadyRead(10000)); // the start-up line: sockets are bound
     QVERIFY(process.readLine().startsWith("orrery-sim: 4 supplies, 350 lights"));
     QUdpSocket client;
     QVERIFY(client.bind(QHostAddress(QHostAddress::LocalHost), 0));
-    const QByteArray request = SimRequests::discover();
+    const QByteArray request = VistraRequests::discover(0x0A0101DE);
     QCOMPARE(client.writeDatagram(request, QHostAddress(QStringLiteral("127.255.255.255")), 6038),
              qint64(request.size()));
     QVERIFY(process.waitForFinished(10000));
@@ -167,8 +167,8 @@ void tst_SimCli::secondSimulatorOnThePort_data()
     QTest::addColumn<QString>("message");
     QTest::newRow("refused") << QStringList() << 1
                              << "UDP port 6038 is already in use on this host";
-    QTest::newRow("shared on purpose") << QStringList{"--share-port"} << 0
-                                       << "4 supplies, 350 lights, port 6038";
+    QTest::newRow("shared on purpose")
+        << QStringList{"--share-port"} << 0 << "4 supplies, 350 lights, port 6038";
 }
 
 // Two simulators on one port would both answer every request: the second refuses to start
@@ -196,7 +196,7 @@ void tst_SimCli::controllerReportsPauses()
     ORRERY_ENTER_OWN_NETNS_OR_SKIP();
     QProcess process;
     process.start(kSim, {QStringLiteral("--controller"), QStringLiteral("--no-installation"),
-                              QStringLiteral("--run-for"), QStringLiteral("3000")});
+                         QStringLiteral("--run-for"), QStringLiteral("3000")});
     QVERIFY(process.waitForReadyRead(10000)); // the start-up line: sockets are bound
     QVERIFY(process.readLine().contains("waiting for announcements on UDP 6775"));
 

@@ -1,8 +1,9 @@
 #include "sim/simoutput.h"
 #include "sim/simulator.h"
 
+#include "net/vistrarequests.h"
+#include "sim/simresponder.h"
 #include "support/netnamespace.h"
-#include "simrequests.h"
 
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
@@ -14,11 +15,9 @@
 
 #include <memory>
 
-using namespace SimRequests;
-
-// The simulator on real sockets, in a network namespace of the test's own: requests built by
-// hand go out of a plain UDP socket, replies are checked for content and for the address they
-// come from.
+// The simulator on real sockets, in a network namespace of the test's own: what the sockets
+// add to the responder (tst_simresponder pins the bytes): which supply answers, from which
+// address, and the drops, duplicates and delays of the fault plan.
 class tst_Simulator : public QObject
 {
     Q_OBJECT
@@ -55,6 +54,11 @@ public:
     {
         return m_socket.writeDatagram(datagram, QHostAddress(to), 6038) == datagram.size();
     }
+    // Discover ports, sent to the supply it names.
+    bool askPorts(const QString &supply)
+    {
+        return send(VistraRequests::discoverPorts(QHostAddress(supply).toIPv4Address()), supply);
+    }
 
     QVector<QNetworkDatagram> received;
 
@@ -73,6 +77,15 @@ std::unique_ptr<Simulator> startSimulator(const SimInstallation &installation)
     }
     return simulator;
 }
+
+QByteArray portOut(quint8 port, const QByteArray &data, quint32 universe = 0xFFFFFFFF,
+                   quint16 flags = 0)
+{
+    return VistraRequests::portOut(universe, port, flags, 0,
+                                   reinterpret_cast<const uchar *>(data.constData()), data.size());
+}
+
+const QByteArray kDiscover = VistraRequests::discover(0x0A0101DE);
 
 SimInstallation withFaults(double drop, double duplicate, double delay, int delayMs)
 {
@@ -99,12 +112,12 @@ void tst_Simulator::unicastReachesOneSupply()
     QVERIFY(simulator);
     QSignalSpy requests(simulator.get(), &Simulator::requestReceived);
     Client client;
-    QVERIFY(client.send(discoverPorts(QStringLiteral("127.0.1.3")), QStringLiteral("127.0.1.3")));
+    QVERIFY(client.askPorts(QStringLiteral("127.0.1.3")));
     QTRY_COMPARE(client.received.size(), 1);
     const QNetworkDatagram reply = client.received.first();
     QCOMPARE(reply.senderAddress().toIPv4Address(), QHostAddress("127.0.1.3").toIPv4Address());
-    QCOMPARE(reply.data().toHex(), QByteArray("0401dc4a01000b007f000103020000000101000000000000"
-                                              "0202000000000000"));
+    QCOMPARE(reply.data(),
+             SimResponder::discoverPortsReply(SimInstallation::builtIn().supplies.at(2)));
     // Handled by the one supply only; the reply count is final once the reply is in.
     QCOMPARE(requests.size(), 1);
     QCOMPARE(requests.first().at(0).toInt(), 2);
@@ -120,9 +133,11 @@ void tst_Simulator::outputIsRecorded()
     Client client;
     const QByteArray first(512, '\x11');
     const QByteArray second = QByteArray::fromHex("ff0000") + QByteArray(509, '\0');
-    QVERIFY(client.send(portOut(2, first, 0xFFFFFFFF, 0x30, 0), QStringLiteral("127.0.1.3")));
+    QVERIFY(client.send(portOut(2, first, 0xFFFFFFFF, 0x30), QStringLiteral("127.0.1.3")));
     QVERIFY(client.send(portOut(2, second), QStringLiteral("127.0.1.3")));
-    QVERIFY(client.send(dmxOut(first), QStringLiteral("127.0.1.1")));
+    QVERIFY(client.send(
+        VistraRequests::dmxOut(0, 0, reinterpret_cast<const uchar *>(first.data()), 512),
+        QStringLiteral("127.0.1.1")));
     QTRY_COMPARE(frames.size(), 3);
     // The supplies' sockets are served in no fixed order; each one's frames arrive in order.
     QCOMPARE(frames.count(QList<QVariant>{2, 2}), 2);
@@ -163,7 +178,7 @@ void tst_Simulator::dropsTheConfiguredShare()
     // In bursts small enough for the socket's receive buffer.
     for (int i = 0; i < requests; ++i) {
         const quint32 serial = 0x10310101u + quint32(i % 50);
-        QVERIFY(client.send(eeRead(serial, 65), QStringLiteral("127.0.1.2")));
+        QVERIFY(client.send(VistraRequests::blinkEERead(serial, 65), QStringLiteral("127.0.1.2")));
         if (i % 50 == 49)
             QTRY_COMPARE(simulator->stats().requests, quint64(i + 1));
     }
@@ -182,7 +197,7 @@ void tst_Simulator::duplicatesAndDelays()
     auto simulator = startSimulator(withFaults(0, 1, 0, 0));
     QVERIFY(simulator);
     Client client;
-    QVERIFY(client.send(discoverPorts(QStringLiteral("127.0.1.2")), QStringLiteral("127.0.1.2")));
+    QVERIFY(client.askPorts(QStringLiteral("127.0.1.2")));
     QTRY_COMPARE(client.received.size(), 2);
     QCOMPARE(client.received.at(0).data(), client.received.at(1).data());
 
@@ -191,7 +206,7 @@ void tst_Simulator::duplicatesAndDelays()
     Client late;
     QElapsedTimer clock;
     clock.start();
-    QVERIFY(late.send(discoverPorts(QStringLiteral("127.0.1.2")), QStringLiteral("127.0.1.2")));
+    QVERIFY(late.askPorts(QStringLiteral("127.0.1.2")));
     QTRY_COMPARE(late.received.size(), 1);
     QVERIFY2(clock.elapsed() >= 150, qPrintable(QString::number(clock.elapsed())));
     QCOMPARE(simulator->stats().delayed, quint64(1));
@@ -210,7 +225,7 @@ void tst_Simulator::bindFailureIsReported()
     auto simulator = startSimulator(SimInstallation::builtIn());
     QVERIFY(simulator);
     Client client;
-    QVERIFY(client.send(discoverPorts(QStringLiteral("127.0.1.1")), QStringLiteral("127.0.1.1")));
+    QVERIFY(client.askPorts(QStringLiteral("127.0.1.1")));
     QTRY_COMPARE(client.received.size(), 1);
 }
 
@@ -223,8 +238,8 @@ void tst_Simulator::loopbackInstallationIgnoresOtherSenders()
     QVERIFY(simulator);
     Client stranger(QHostAddress(QStringLiteral("10.77.1.1")));
     QVERIFY(stranger.isBound());
-    QVERIFY(stranger.send(discoverPorts(QStringLiteral("127.0.1.1")), QStringLiteral("127.0.1.1")));
-    QVERIFY(stranger.send(discover(), QStringLiteral("127.255.255.255")));
+    QVERIFY(stranger.askPorts(QStringLiteral("127.0.1.1")));
+    QVERIFY(stranger.send(kDiscover, QStringLiteral("127.255.255.255")));
     QTRY_COMPARE(simulator->stats().requests, quint64(2));
     QCOMPARE(simulator->stats().ignored, quint64(2));
     QCOMPARE(simulator->stats().replies, quint64(0));
@@ -249,7 +264,7 @@ void tst_Simulator::givenAddresses()
     auto simulator = startSimulator(*installation);
     QVERIFY(simulator);
     Client client(QHostAddress(QStringLiteral("10.77.2.1")));
-    QVERIFY(client.send(discover(), QStringLiteral("10.77.2.255")));
+    QVERIFY(client.send(kDiscover, QStringLiteral("10.77.2.255")));
     QTRY_COMPARE(client.received.size(), 2);
     QSet<QString> senders;
     for (const QNetworkDatagram &reply : client.received)
