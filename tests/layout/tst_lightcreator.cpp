@@ -53,8 +53,6 @@ private slots:
     void dmxSlots();
     void numbering_data();
     void numbering();
-    void progressInterval_data();
-    void progressInterval();
     void namesAndAddresses_data();
     void namesAndAddresses();
     void prepareRefusesOrMakesAll_data();
@@ -164,21 +162,6 @@ void tst_LightCreator::numbering()
     QFETCH(bool, raster);
     QTEST(numberingSequence(ShapeRaster{2, 3, 0}, NumberingOrder{rightToLeft, bottomToTop, raster}),
           "expected");
-}
-
-void tst_LightCreator::progressInterval_data()
-{
-    QTest::addColumn<int>("total");
-    QTest::addColumn<int>("interval");
-    QTest::newRow("150") << 150 << 1;
-    QTest::newRow("1,000") << 1000 << 10;
-    QTest::newRow("0") << 0 << 1;
-}
-
-void tst_LightCreator::progressInterval()
-{
-    QFETCH(int, total);
-    QTEST(CreationRules::progressInterval(total), "interval");
 }
 
 // The interface a request fills, and each light's name and DMX_OFFSET ("name @offset").
@@ -298,12 +281,15 @@ void tst_LightCreator::cancelKeepsWhatWasMade()
     LightCreator creator(model, r);
     QVERIFY(!creator.prepare());
     QList<int> reports;
-    creator.run(10, [&](int made) {
+    creator.run(progressInterval(1000), [&](int made) {
         reports.append(made);
         return made < 500;
     });
     QCOMPARE(reports.size(), 50);
     QCOMPARE(reports.first(), 10);
+    // Smaller runs report every light; never every 0th (the interval divides).
+    QCOMPARE(progressInterval(150), 1);
+    QCOMPARE(progressInterval(0), 1);
     QCOMPARE(model.lightCount(), 500);
     QCOMPARE(creator.createdLights().size(), 500);
 }
