@@ -1,18 +1,14 @@
-#include "model/datasupply.h"
-#include "model/light.h"
-#include "model/mapmodel.h"
 #include "print/mapprintout.h"
 #include "print/patchpagination.h"
-#include "print/pdfexport.h"
+#include "support/mapbuild.h"
 
 #include <QBuffer>
 #include <QPdfWriter>
-#include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QtTest>
 
 // Pagination of the patch list (headings kept with their rows, headers repeated, no row
-// lost or printed twice) and the pages a PDF really gets.
+// lost or printed twice) and the pages a PDF really gets, all or some. The command line's
+// PDF: tst_cli.
 class tst_MapPrintout final : public QObject
 {
     Q_OBJECT
@@ -21,7 +17,6 @@ private slots:
     void pagination();
     void pdfPages_data();
     void pdfPages();
-    void pageRangePaintsOnlyThosePages();
 };
 
 namespace {
@@ -55,21 +50,12 @@ Heights smallPages()
 void fillModel(MapModel &model, int supplies, int perSupply)
 {
     for (int s = 0; s < supplies; ++s) {
-        auto supply = std::make_unique<DataSupply>(DataSupply::VistraIp);
-        supply->setUid(model.newUid());
-        supply->setName(QStringLiteral("Supply %1").arg(s + 1));
-        const quint64 supplyUid = supply->uid();
-        DataSupply *raw = supply.get();
-        model.addDataSupply(std::move(supply));
+        const quint64 supply = MapBuild::supply(model, QStringLiteral("Supply %1").arg(s + 1));
         for (int i = 0; i < perSupply; ++i) {
-            auto light = std::make_unique<Light>();
-            light->setUid(model.newUid());
-            light->setName(QStringLiteral("L%1-%2").arg(s + 1).arg(i + 1));
-            light->setDataSupply(supplyUid);
+            Light *light = model.light(MapBuild::light(
+                model, supply, 0, 0, QStringLiteral("L%1-%2").arg(s + 1).arg(i + 1)));
             light->setPosition(24 * (i % 20), 24 * (i / 20 + s * 10), 0);
             light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(3 * i));
-            raw->addLight(light->uid());
-            model.addLight(std::move(light));
         }
     }
 }
@@ -158,52 +144,39 @@ void tst_MapPrintout::pdfPages_data()
 {
     QTest::addColumn<int>("supplies");
     QTest::addColumn<int>("perSupply");
+    QTest::addColumn<int>("from"); // counted from 1; 0: the first; -N: the Nth from the end
+    QTest::addColumn<int>("to");   // 0: the last
     QTest::addColumn<int>("pages");
-    QTest::newRow("empty map: the layout page only") << 0 << 0 << 1;
-    QTest::newRow("a few lights: layout and one list page") << 1 << 3 << 2;
-    QTest::newRow("two supplies on one list page") << 2 << 10 << 2;
+    QTest::newRow("empty map: the layout page only") << 0 << 0 << 0 << 0 << 1;
+    QTest::newRow("a few lights: layout and one list page") << 1 << 3 << 0 << 0 << 2;
+    QTest::newRow("two supplies on one list page") << 2 << 10 << 0 << 0 << 2;
+    QTest::newRow("pages 2 to 3 of many") << 4 << 120 << 2 << 3 << 2;
+    QTest::newRow("the last two, asked past the end") << 4 << 120 << -2 << 99 << 2;
 }
 
 void tst_MapPrintout::pdfPages()
 {
     QFETCH(int, supplies);
     QFETCH(int, perSupply);
-    QFETCH(int, pages);
+    QFETCH(int, from);
+    QFETCH(int, to);
     MapModel model;
     fillModel(model, supplies, perSupply);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("plan.pdf"));
-    QString error;
-    QCOMPARE(PdfExport::write(model, QStringLiteral("plan.map"), QDateTime::currentDateTime(), path,
-                              &error),
-             pages);
-    QVERIFY(error.isEmpty());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray pdf = file.readAll();
-    QVERIFY(pdf.startsWith("%PDF-"));
-    QCOMPARE(pdfPageCount(pdf), pages);
-}
-
-void tst_MapPrintout::pageRangePaintsOnlyThosePages()
-{
-    MapModel model;
-    fillModel(model, 4, 120); // several pages of tables
-    const MapPrintout printout(model, QStringLiteral("big.map"), QDateTime::currentDateTime());
-    QBuffer all;
-    all.open(QIODevice::WriteOnly);
-    QPdfWriter allWriter(&all);
-    const int total = printout.paint(allWriter);
-    QVERIFY(total > 4);
-
-    QBuffer some;
-    some.open(QIODevice::WriteOnly);
-    QPdfWriter someWriter(&some);
-    QCOMPARE(printout.paint(someWriter, 2, 3), 2);
-    QBuffer tail;
-    tail.open(QIODevice::WriteOnly);
-    QPdfWriter tailWriter(&tail);
-    QCOMPARE(printout.paint(tailWriter, total - 1, total + 10), 2);
+    const MapPrintout printout(model, QStringLiteral("plan.map"), QDateTime::currentDateTime());
+    int painted = 0;
+    const auto pdf = [&](int first, int last) {
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        QPdfWriter writer(&buffer);
+        painted = printout.paint(writer, first, last);
+        return buffer.data();
+    };
+    const int total = pdfPageCount(pdf(0, 0));
+    QCOMPARE(painted, total);
+    const QByteArray some = pdf(from < 0 ? total + 1 + from : from, to);
+    QVERIFY(some.startsWith("%PDF-"));
+    QTEST(painted, "pages");
+    QTEST(pdfPageCount(some), "pages");
 }
 
 QTEST_MAIN(tst_MapPrintout)
