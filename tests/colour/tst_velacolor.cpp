@@ -157,14 +157,12 @@ void tst_VelaColor::outOfRangeIsReported()
     QCOMPARE(colour, VelaColor::fromRgb(10, 20, 30));
 }
 
+// Every Qt colour name is checked against QColor below; these rows are the other forms.
 void tst_VelaColor::namedColor_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<VelaColor>("colour");
-    QTest::newRow("red") << "red" << VelaColor(Qt::red);
-    QTest::newRow("mixed case") << "DarkSlateGray" << VelaColor::fromRgb(47, 79, 79);
     QTest::newRow("spaces") << "Light Blue" << VelaColor::fromRgb(173, 216, 230);
-    QTest::newRow("transparent") << "Transparent" << VelaColor(Qt::transparent);
     QTest::newRow("#RGB") << "#abc" << VelaColor::fromRgb16(0xaaaa, 0xbbbb, 0xcccc);
     QTest::newRow("#RRGGBB") << "#A1b2C3" << VelaColor::fromRgb16(0xa1a1, 0xb2b2, 0xc3c3);
     QTest::newRow("#AARRGGBB") << "#80a1b2c3"

@@ -119,22 +119,17 @@ void tst_DeviceEntry::staticValues_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<qint64>("value");
 
-    QTest::newRow("hex text") << QByteArray(R"json({"name": "sftLocation", "value": "0x7F84"})json")
-                              << "sftLocation" << qint64(32644);
-    QTest::newRow("decimal text reads as 0")
-        << QByteArray(R"json({"name": "X", "value": "12"})json") << "X" << qint64(0);
-    QTest::newRow("keys in any case")
-        << QByteArray(R"json({"NAME": "X", "VALUE": 5})json") << "X" << qint64(5);
-    QTest::newRow("number") << QByteArray(R"json({"name": "LED_CHEMISTRY", "value": 3})json")
-                            << "LED_CHEMISTRY" << qint64(3);
-    QTest::newRow("no value stores 0")
-        << QByteArray(R"json({"name": "X"})json") << "X" << qint64(0);
-    QTest::newRow("bad hex reads as 0")
-        << QByteArray(R"json({"name": "X", "value": "0xZZ"})json") << "X" << qint64(0);
-    QTest::newRow("0X is not 0x") << QByteArray(R"json({"name": "X", "value": "0X10"})json") << "X"
-                                  << qint64(0);
-    QTest::newRow("wide hex") << QByteArray(R"json({"name": "X", "value": "0xFFFFFFFF"})json")
-                              << "X" << qint64(0xFFFFFFFF);
+    const auto row = [](const char *name, const char *element, const char *key, qint64 value) {
+        QTest::newRow(name) << QByteArray(element) << QString(key) << value;
+    };
+    row("hex text", R"({"name": "sftLocation", "value": "0x7F84"})", "sftLocation", 32644);
+    row("decimal text reads as 0", R"({"name": "X", "value": "12"})", "X", 0);
+    row("keys in any case", R"({"NAME": "X", "VALUE": 5})", "X", 5);
+    row("number", R"({"name": "LED_CHEMISTRY", "value": 3})", "LED_CHEMISTRY", 3);
+    row("no value stores 0", R"({"name": "X"})", "X", 0);
+    row("bad hex reads as 0", R"({"name": "X", "value": "0xZZ"})", "X", 0);
+    row("0X is not 0x", R"({"name": "X", "value": "0X10"})", "X", 0);
+    row("wide hex", R"({"name": "X", "value": "0xFFFFFFFF"})", "X", 0xFFFFFFFF);
 }
 
 void tst_DeviceEntry::staticValues()

@@ -122,7 +122,6 @@ private slots:
     void initTestCase();
     void readsEveryKey_data();
     void readsEveryKey();
-    void theLaterMapWinsAClash();
     void lookupsByTokenAndDisplayName();
     void unreadableFilesAreLoggedAndSkipped_data();
     void unreadableFilesAreLoggedAndSkipped();
@@ -177,16 +176,6 @@ void tst_PropertyMapper::readsEveryKey()
     QCOMPARE(m_mapper->count(), 9);
 }
 
-void tst_PropertyMapper::theLaterMapWinsAClash()
-{
-    QCOMPARE(m_mapper->tokenForDisplayName(QStringLiteral("Clash (RDM)")), QStringLiteral("CLASH"));
-    // Loaded the other way round, the own map wins: it is the order that decides.
-    PropertyMapper reversed;
-    reversed.loadJson(kRdmMap, QStringLiteral("rdm"));
-    reversed.loadJson(kOwnMap, QStringLiteral("own"));
-    QCOMPARE(reversed.displayName(QStringLiteral("CLASH")), QStringLiteral("Clash (own)"));
-}
-
 void tst_PropertyMapper::lookupsByTokenAndDisplayName()
 {
     const auto &mapper = m_mapper;
@@ -203,8 +192,15 @@ void tst_PropertyMapper::lookupsByTokenAndDisplayName()
              QStringLiteral("RDM_DMX_ADDRESS"));
     QCOMPARE(mapper->tokenForDisplayName(QStringLiteral("Colour")),
              QStringLiteral("Unsupported Property: Colour"));
+    QCOMPARE(mapper->tokenForDisplayName(QStringLiteral("Clash (RDM)")), QStringLiteral("CLASH"));
+    // A token in both maps: loaded the other way round, the own map wins.
+    PropertyMapper reversed;
+    reversed.loadJson(kRdmMap, QStringLiteral("rdm"));
+    reversed.loadJson(kOwnMap, QStringLiteral("own"));
+    QCOMPARE(reversed.displayName(QStringLiteral("CLASH")), QStringLiteral("Clash (own)"));
 }
 
+// Empty and cut-off files go through the reader definitions use (pinned in tst_deviceentry).
 void tst_PropertyMapper::unreadableFilesAreLoggedAndSkipped_data()
 {
     QTest::addColumn<QByteArray>("firstFile");
@@ -212,9 +208,7 @@ void tst_PropertyMapper::unreadableFilesAreLoggedAndSkipped_data()
     QTest::addColumn<bool>("logged");
 
     QTest::newRow("missing") << QByteArray() << false << true;
-    QTest::newRow("empty") << QByteArray() << true << true;
     QTest::newRow("not JSON") << QByteArray("PropertyMap: nope") << true << true;
-    QTest::newRow("truncated") << kOwnMap.left(200) << true << true;
     QTest::newRow("empty object") << QByteArray("{}") << true << true;
     QTest::newRow("array at the top") << QByteArray("[{\"tokenName\": \"X\"}]") << true << true;
     QTest::newRow("PropertyMap not an array")
