@@ -3,10 +3,13 @@
 #include "colour/velacolor.h"
 
 #include <QColor>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cmath>
 #include <limits>
+
+// Colours, their text form, and their encoding into a fixture's channels.
 
 // Failure output shows the colour's text form.
 char *toString(const VelaColor &colour)
@@ -34,6 +37,16 @@ private slots:
     void encoding_data();
     void encoding();
     void layouts();
+    void compiledDatabaseLoads();
+    void missingDatabaseIsReported();
+    void badEntriesAreSkipped_data();
+    void badEntriesAreSkipped();
+    void brokenXmlLoadsNothing();
+
+private:
+    QString write(const QByteArray &xml);
+    QTemporaryDir m_dir;
+    int m_files = 0;
 };
 
 void tst_VelaColor::textForm_data()
@@ -144,14 +157,12 @@ void tst_VelaColor::outOfRangeIsReported()
     QCOMPARE(colour, VelaColor::fromRgb(10, 20, 30));
 }
 
+// Every Qt colour name is checked against QColor below; these rows are the other forms.
 void tst_VelaColor::namedColor_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<VelaColor>("colour");
-    QTest::newRow("red") << "red" << VelaColor(Qt::red);
-    QTest::newRow("mixed case") << "DarkSlateGray" << VelaColor::fromRgb(47, 79, 79);
     QTest::newRow("spaces") << "Light Blue" << VelaColor::fromRgb(173, 216, 230);
-    QTest::newRow("transparent") << "Transparent" << VelaColor(Qt::transparent);
     QTest::newRow("#RGB") << "#abc" << VelaColor::fromRgb16(0xaaaa, 0xbbbb, 0xcccc);
     QTest::newRow("#RRGGBB") << "#A1b2C3" << VelaColor::fromRgb16(0xa1a1, 0xb2b2, 0xc3c3);
     QTest::newRow("#AARRGGBB") << "#80a1b2c3"
@@ -403,6 +414,88 @@ void tst_VelaColor::layouts()
     QCOMPARE(layout.channels, 4);
     QCOMPARE(layout.bytesPerChannel, 1);
     QCOMPARE(layout.gamma, 2.2);
+}
+
+// The LED profile database that gives each fixture profile its channel layouts.
+QString tst_VelaColor::write(const QByteArray &xml)
+{
+    const QString path = m_dir.filePath(QStringLiteral("profiles%1.xml").arg(++m_files));
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return {};
+    file.write(xml);
+    return path;
+}
+
+void tst_VelaColor::compiledDatabaseLoads()
+{
+    const LedProfileRegistry &registry = LedProfileRegistry::instance();
+    QVERIFY(registry.isLoaded());
+    QVERIFY(registry.profileCount() >= 1);
+    const std::optional<LedProfileMode> rgb = registry.mode(0, 0);
+    QVERIFY(rgb);
+    QCOMPARE(rgb->chemistry, QStringLiteral("RGB"));
+    QCOMPARE(rgb->channels, 3);
+    QVERIFY(registry.chemistries().contains(QStringLiteral("RGBW")));
+    QVERIFY(!registry.mode(0, 99));
+    // Built once: every caller gets the same table.
+    QCOMPARE(&LedProfileRegistry::instance(), &registry);
+}
+
+void tst_VelaColor::missingDatabaseIsReported()
+{
+    QTest::ignoreMessage(QtWarningMsg, "could not open tintlock profile database");
+    const LedProfileRegistry registry(m_dir.filePath(QStringLiteral("absent.xml")));
+    QVERIFY(!registry.isLoaded());
+    QCOMPARE(registry.profileCount(), 0);
+    QVERIFY(!registry.mode(0, 0));
+}
+
+void tst_VelaColor::badEntriesAreSkipped_data()
+{
+    QTest::addColumn<QByteArray>("mode");
+    QTest::newRow("unknown chemistry")
+        << QByteArray(R"(<mode input="1" chemistry="RGBX" channels="3" gamma="2"/>)");
+    QTest::newRow("no channels") << QByteArray(
+        R"(<mode input="1" chemistry="RGB" channels="0" gamma="2"/>)");
+    QTest::newRow("too many channels")
+        << QByteArray(R"(<mode input="1" chemistry="RGB" channels="17" gamma="2"/>)");
+    QTest::newRow("input not a number")
+        << QByteArray(R"(<mode input="x" chemistry="RGB" channels="3" gamma="2"/>)");
+    QTest::newRow("gamma missing")
+        << QByteArray(R"(<mode input="1" chemistry="RGB" channels="3"/>)");
+    QTest::newRow("duplicate input")
+        << QByteArray(R"(<mode input="0" chemistry="RGBW" channels="4" gamma="2"/>)");
+}
+
+void tst_VelaColor::badEntriesAreSkipped()
+{
+    QFETCH(QByteArray, mode);
+    const QString path = write(R"(<profiles><profile id="7" name="Test">)"
+                               R"(<mode input="0" chemistry="RGB" channels="3" gamma="2.2"/>)" +
+                               mode +
+                               R"(</profile><profile id="7" name="Again"/>)"
+                               R"(<profile id="8" name="Other">)"
+                               R"(<mode input="0" chemistry="WW" channels="1" gamma="2"/>)"
+                               R"(</profile></profiles>)");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("skipped")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("skipped")));
+    const LedProfileRegistry registry(path);
+    QVERIFY(registry.isLoaded());
+    QCOMPARE(registry.profileIds(), (QList<int>{7, 8}));
+    QCOMPARE(registry.profileName(7), QStringLiteral("Test"));
+    QCOMPARE(registry.mode(7, 0)->chemistry, QStringLiteral("RGB"));
+    QVERIFY(!registry.mode(7, 1));
+    QCOMPARE(registry.mode(8, 0)->channels, 1);
+}
+
+void tst_VelaColor::brokenXmlLoadsNothing()
+{
+    const QString path = write(R"(<profiles><profile id="1"><mode input="0" chemistry="RGB")");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("LED profile database")));
+    const LedProfileRegistry registry(path);
+    QVERIFY(!registry.isLoaded());
+    QCOMPARE(registry.profileCount(), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_VelaColor)

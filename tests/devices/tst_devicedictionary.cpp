@@ -1,6 +1,11 @@
 #include "logcapture.h"
 
 #include "devices/devicedictionary.h"
+#include "devices/devicepresentation.h"
+#include "support/mapbuild.h"
+#include "model/datasupply.h"
+#include "model/light.h"
+#include "model/mapmodel.h"
 
 #include <QDir>
 #include <QFile>
@@ -65,6 +70,15 @@ private slots:
     void registriesAreOrderedAsUnsigned();
     void entriesOfType();
     void folderLoadingSkipsBrokenFiles();
+    void interfaceType_data();
+    void interfaceType();
+    void protocolVersions_data();
+    void protocolVersions();
+    void typedNumbers_data();
+    void typedNumbers();
+    void unknownKindsAreTheGenericFixture_data();
+    void unknownKindsAreTheGenericFixture();
+    void lightsGroupedByKind();
 };
 
 void tst_DeviceDictionary::boundsAreInclusive_data()
@@ -250,6 +264,132 @@ void tst_DeviceDictionary::folderLoadingSkipsBrokenFiles()
     QCOMPARE(dictionary.deviceNameForSerial(0x10110001), QStringLiteral("Graze"));
     QCOMPARE(dictionary.deviceNameForSerial(0x10310001), QStringLiteral("Point"));
     QCOMPARE(dictionary.deviceNameForSerial(0x01A20011), QStringLiteral("Unknown Device"));
+}
+
+void tst_DeviceDictionary::interfaceType_data()
+{
+    QTest::addColumn<uint>("type");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("unicast") << 2u << "Vistra Interface";
+    QTest::newRow("broadcast") << 3u << "Vistra Broadcast Interface";
+    QTest::newRow("zero") << 0u << "Unknown Interface Type";
+    QTest::newRow("sACN") << 6u << "Unknown Interface Type";
+}
+
+void tst_DeviceDictionary::interfaceType()
+{
+    QFETCH(uint, type);
+    QFETCH(QString, text);
+    QCOMPARE(DevicePresentation::interfaceTypeText(type), text);
+}
+
+void tst_DeviceDictionary::protocolVersions_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("version");
+
+    QTest::newRow("v1") << "Vistra v1" << 1;
+    QTest::newRow("v3") << "Vistra v3" << 3;
+    QTest::newRow("any case") << "VISTRA V2" << 2;
+    QTest::newRow("other text") << "Vistra v4" << 0;
+    QTest::newRow("empty") << "" << 0;
+}
+
+void tst_DeviceDictionary::protocolVersions()
+{
+    QFETCH(QString, text);
+    QFETCH(int, version);
+    QCOMPARE(DevicePresentation::protocolVersionFromText(text), version);
+    if (version)
+        QCOMPARE(DevicePresentation::protocolVersionTexts()
+                     .at(DevicePresentation::protocolVersionIndex(version))
+                     .toLower(),
+                 text.toLower());
+    // Versions outside 1..3 leave the combo at its first item.
+    QCOMPARE(DevicePresentation::protocolVersionIndex(0), 0);
+    QCOMPARE(DevicePresentation::protocolVersionIndex(7), 0);
+}
+
+void tst_DeviceDictionary::typedNumbers_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<uint>("decimal");
+    QTest::addColumn<quint64>("serial");
+
+    QTest::newRow("number") << "12" << 12u << quint64(0x12);
+    QTest::newRow("not a number") << "abc" << 0u << quint64(0xABC);
+    QTest::newRow("spaces") << " 7 " << 7u << quint64(7);
+    QTest::newRow("negative") << "-1" << 0u << quint64(0);
+    QTest::newRow("empty") << "" << 0u << quint64(0);
+    QTest::newRow("supply serial") << "1A20011" << 0u << quint64(0x01A20011);
+}
+
+void tst_DeviceDictionary::typedNumbers()
+{
+    QFETCH(QString, text);
+    QFETCH(uint, decimal);
+    QFETCH(quint64, serial);
+    QCOMPARE(DevicePresentation::decimalFromText(text), decimal);
+    QCOMPARE(DevicePresentation::serialFromText(text), serial);
+    QCOMPARE(DevicePresentation::serialFromText(DevicePresentation::serialText(serial)), serial);
+}
+
+void tst_DeviceDictionary::unknownKindsAreTheGenericFixture_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<quint64>("serial");
+    QTest::addColumn<QString>("kind");
+
+    QTest::newRow("known") << "Vela Graze RGB" << quint64(0x10110000) << "Vela Graze RGB";
+    QTest::newRow("no definition") << "Vela Graze RGB" << quint64(0x99) << "Vela Fixture";
+    // A definition that itself calls its kind "unknown device" is not shown under that name.
+    QTest::newRow("named unknown in another case")
+        << "UNKNOWN DEVICE" << quint64(0x10110000) << "Vela Fixture";
+}
+
+void tst_DeviceDictionary::unknownKindsAreTheGenericFixture()
+{
+    QFETCH(QString, name);
+    QFETCH(quint64, serial);
+    QFETCH(QString, kind);
+    DeviceDictionary dictionary;
+    dictionary.addEntry(definition(name, {"10110000-1011FFFF"}));
+    QCOMPARE(DevicePresentation::deviceViewKind(dictionary, serial), kind);
+}
+
+// Kinds in the order of their first light, lights in uid order, channels shown one-based.
+void tst_DeviceDictionary::lightsGroupedByKind()
+{
+    DeviceDictionary dictionary;
+    dictionary.addEntry(definition(QStringLiteral("Vela Graze RGB"), {"10110000-1011FFFF"}));
+    dictionary.addEntry(definition(QStringLiteral("Vela Point Node RGB"), {"10310000-1031FFFF"}));
+
+    MapModel model;
+    const quint64 supply = MapBuild::supply(model, QStringLiteral("North PDS"));
+    const QList<quint64> serials{0x10310001, 0x10110000, 0xDEAD, 0x10110001};
+    for (int i = 0; i < serials.size(); ++i) {
+        Light *light = model.light(MapBuild::light(model, i == 2 ? 99 : supply, 0, 0,
+                                                   QStringLiteral("L%1").arg(i), 10 + i));
+        light->setSerialNumber(serials.at(i));
+        light->setChannel(3 * i);
+    }
+
+    QStringList kinds;
+    for (const DevicePresentation::DeviceViewKind &kind :
+         DevicePresentation::groupLightsByKind(model, dictionary)) {
+        QStringList rows;
+        for (const DevicePresentation::DeviceViewRow &row : kind.rows)
+            rows << QStringLiteral("%1 #%2 ch%3 %4")
+                        .arg(row.label)
+                        .arg(row.lightUid)
+                        .arg(row.displayedChannel)
+                        .arg(row.supplyName.isEmpty() ? QStringLiteral("-") : row.supplyName);
+        kinds << kind.name + QStringLiteral(": ") + rows.join(QStringLiteral(", "));
+    }
+    QCOMPARE(kinds, (QStringList{"Vela Point Node RGB: L0 #10 ch1 North PDS",
+                                 "Vela Graze RGB: L1 #11 ch4 North PDS, L3 #13 ch10 North PDS",
+                                 "Vela Fixture: L2 #12 ch7 -"}));
 }
 
 QTEST_GUILESS_MAIN(tst_DeviceDictionary)

@@ -9,7 +9,8 @@
 #include <QtTest>
 
 // One live frame on its whole road: selection effect, frame writing, the discovery engine's
-// transport, the datagrams on loop-back, the simulated installation.
+// transport, the datagrams on loop-back, the simulated installation. The datagrams' bytes
+// are pinned where they are built (tests/net); here only that every light gets its colour.
 class tst_LiveOutput : public QObject
 {
     Q_OBJECT
@@ -67,26 +68,6 @@ void tst_LiveOutput::selectedLightsArriveRedTheOthersDark()
         }
     }
     QVERIFY(lit > 0);
-
-    // The port-out datagram, byte for byte up to its data: universe all, the wire port,
-    // flags 0, 512 bytes, start code 0.
-    for (int s = 0; s < installation.supplies.size(); ++s) {
-        const SimSupply &supply = installation.supplies.at(s);
-        const SimOutput::Record record = simulator.output()->lastFrame(
-            s, supply.version == 1 ? 0 : supply.ports.constFirst().number);
-        const QByteArray header = record.last.datagram.left(24);
-        if (supply.version == 1) {
-            QCOMPARE(record.last.datagram.size(), 533);
-            QCOMPARE(header.left(21).toHex(),
-                     QByteArray("0401dc4a010001010000000000000000ffffffff00"));
-        } else {
-            QCOMPARE(record.last.datagram.size(), 536);
-            QCOMPARE(header.toHex(), QByteArray("0401dc4a0100080100000000ffffffff") +
-                                         QByteArray::number(supply.ports.constFirst().number, 16)
-                                             .rightJustified(2, '0') +
-                                         "00000000020000");
-        }
-    }
 }
 
 QTEST_GUILESS_MAIN(tst_LiveOutput)
