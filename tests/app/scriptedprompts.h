@@ -41,6 +41,18 @@ public:
         return result;
     }
 
+    // The messages shown, one "icon|title|text" line each.
+    QStringList shownMessages() const
+    {
+        static const char *const icons[] = {"none", "information", "warning", "critical",
+                                            "question"};
+        QStringList lines;
+        for (const Asked &a : messages())
+            lines << QLatin1String(icons[a.icon]) + QLatin1Char('|') + a.title + QLatin1Char('|') +
+                         a.text;
+        return lines;
+    }
+
     QString openFileName(QWidget *, const QString &caption, const QString &dir,
                          const QString &filter) override
     {

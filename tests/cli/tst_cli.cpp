@@ -298,7 +298,7 @@ void tst_Cli::commandLine()
         QVERIFY2(readFile(input.key()) == input.value(), qPrintable(input.key()));
 }
 
-// The same bytes as the window's Export Patch List (tst_mapprinting): a hand-checked file.
+// The same bytes as the window's Export Patch List (tst_kestrel): a hand-checked file.
 void tst_Cli::patchCsvIsTheHandCheckedList()
 {
     const ProgramRun result = run({"map", "patch", "--csv", kExample});

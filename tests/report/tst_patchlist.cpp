@@ -7,7 +7,7 @@
 #include <QtTest>
 
 // The patch list's order, numbering and checks, its JSON, and CSV that keeps any name. The
-// example map's whole CSV is compared with a hand-checked file in tst_cli and tst_mapprinting.
+// example map's whole CSV is compared with a hand-checked file in tst_cli and tst_kestrel.
 class tst_PatchList final : public QObject
 {
     Q_OBJECT

@@ -41,7 +41,6 @@ private slots:
     void deleteAnsweredNoOrCancelledHalfway_data();
     void deleteAnsweredNoOrCancelledHalfway();
     void strokeOrdersTheNewGroupAlongTheLine();
-    void undoSkipsADeletedLight();
     void undoAndRedoGoNewestFirst();
 
 private:
@@ -297,8 +296,8 @@ void tst_LayoutView::wheel_data()
     QTest::newRow("ctrl, a small delta zooms out") << 50 << int(Qt::ControlModifier) << 0.8;
     QTest::newRow("ctrl, down") << -120 << int(Qt::ControlModifier) << 0.8;
     QTest::newRow("no ctrl scrolls") << 120 << 0 << 1.0;
-    QTest::newRow("ctrl+shift scrolls") << 120 << int(Qt::ControlModifier | Qt::ShiftModifier)
-                                       << 1.0;
+    QTest::newRow("ctrl+shift scrolls")
+        << 120 << int(Qt::ControlModifier | Qt::ShiftModifier) << 1.0;
 }
 
 void tst_LayoutView::wheel()
@@ -307,9 +306,8 @@ void tst_LayoutView::wheel()
     QFETCH(int, modifiers);
     QFETCH(double, zoom);
     const QPoint centre = m_view->viewport()->rect().center();
-    QWheelEvent event(centre, m_view->viewport()->mapToGlobal(centre), QPoint(),
-                      QPoint(0, delta), Qt::NoButton, Qt::KeyboardModifiers(modifiers),
-                      Qt::NoScrollPhase, false);
+    QWheelEvent event(centre, m_view->viewport()->mapToGlobal(centre), QPoint(), QPoint(0, delta),
+                      Qt::NoButton, Qt::KeyboardModifiers(modifiers), Qt::NoScrollPhase, false);
     QCoreApplication::sendEvent(m_view->viewport(), &event);
     QCOMPARE(m_view->zoomFactor(), zoom);
 }
@@ -365,45 +363,34 @@ void tst_LayoutView::strokeOrdersTheNewGroupAlongTheLine()
     QCOMPARE(group->children(), (QList<quint64>{6, 5, 4, 3, 2, 1}));
 }
 
-void tst_LayoutView::undoSkipsADeletedLight()
-{
-    m_view->selectLight(1, true);
-    m_view->selectLight(2, true);
-    m_view->moveSelection(QPoint(0, 24));
-    QVERIFY(m_view->commitSelection());
-    m_model->removeLight(2);
-    m_undo->undo();
-    QCOMPARE(m_model->light(1)->y(), 24.0);
-    QVERIFY(m_undo->canRedo());
-    // A new gesture forgets what could be redone.
-    m_view->clearSelection();
-    m_view->selectLight(3, true);
-    m_view->moveSelection(QPoint(0, 48));
-    QVERIFY(m_view->commitSelection());
-    QVERIFY(!m_undo->canRedo());
-}
-
-// Undo takes back the latest gesture first; redo brings back the latest undone first.
+// Undo takes back the newest gesture first and skips a light deleted since; redo brings back
+// the newest undone first; a new gesture forgets what could be redone.
 void tst_LayoutView::undoAndRedoGoNewestFirst()
 {
     const auto y = [this](quint64 uid) { return m_model->light(uid)->y(); };
-    m_view->selectLight(1, true);
-    m_view->moveSelection(QPoint(0, 24));
-    QVERIFY(m_view->commitSelection());
-    m_view->clearSelection();
-    m_view->selectLight(3, true);
-    m_view->moveSelection(QPoint(0, 48));
-    QVERIFY(m_view->commitSelection());
+    const auto move = [this](const QList<quint64> &uids, int dy) {
+        m_view->clearSelection();
+        for (const quint64 uid : uids)
+            m_view->selectLight(uid, true);
+        m_view->moveSelection(QPoint(0, dy));
+        QVERIFY(m_view->commitSelection());
+    };
+    move({1, 2}, 24);
+    move({3}, 48);
     QCOMPARE(y(1), 48.0);
     QCOMPARE(y(3), 72.0);
     m_undo->undo();
     QCOMPARE(y(3), 24.0);
     QCOMPARE(y(1), 48.0);
+    m_model->removeLight(2);
     m_undo->undo();
     QCOMPARE(y(1), 24.0);
     m_undo->redo();
     QCOMPARE(y(1), 48.0);
     QCOMPARE(y(3), 24.0);
+    QVERIFY(m_undo->canRedo());
+    move({4}, 24);
+    QVERIFY(!m_undo->canRedo());
 }
 
 QTEST_MAIN(tst_LayoutView)
