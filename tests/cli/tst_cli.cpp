@@ -104,7 +104,8 @@ void tst_Cli::commandLine_data()
         << L{"map", "info", "--xml", "a.map"} << 2 << L{} << L{"Unknown option 'xml'"};
     QTest::newRow("help") << L{"--help"} << 0 << L{"Usage: orrery-cli"} << L{};
     QTest::newRow("map help") << L{"map", "info", "--help"} << 0 << L{"Usage: orrery-cli"} << L{};
-    QTest::newRow("resave") << L{"map", "resave", "@hand.map", "@out.map"} << 0 << L{} << L{};
+    QTest::newRow("resave") << L{"map", "resave", "@hand.map", "@out.map"} << 0
+                            << L{"Wrote 1 supplies, 1 lights, 0 groups to "} << L{};
     QTest::newRow("resave into a missing folder")
         << L{"map", "resave", kExample, "/nonexistent/x.map"} << 1 << L{}
         << L{"cannot save /nonexistent/x.map: No such file or directory"};
@@ -291,8 +292,12 @@ void tst_Cli::commandLine()
         QVERIFY2(result.out.isEmpty(), result.out.constData());
     if (!outFile.isEmpty()) {
         const QByteArray written = readFile(outFile);
+        QCOMPARE(QFileInfo::exists(outFile), status == 0);
         QCOMPARE(!written.isEmpty(), status == 0);
         QVERIFY(!outFile.endsWith(".pdf") || written.isEmpty() || written.startsWith("%PDF-"));
+        // A resaved map is the writer's own form, not a copy of its input.
+        if (arguments.contains(QStringLiteral("resave")) && status == 0)
+            QVERIFY(written.contains("<c>\n  <t>2</t>\n  <s>A</s>\n  <n>Hand</n>"));
     }
     for (auto input = m_inputs.cbegin(); input != m_inputs.cend(); ++input)
         QVERIFY2(readFile(input.key()) == input.value(), qPrintable(input.key()));

@@ -1,6 +1,7 @@
 #include "discovery/discoveryengine.h"
 #include "effects/effectengine.h"
 #include "effects/selectioneffect.h"
+#include "net/vistrarequests.h"
 #include "sim/simoutput.h"
 #include "sim/simulator.h"
 #include "support/netnamespace.h"
@@ -9,8 +10,9 @@
 #include <QtTest>
 
 // One live frame on its whole road: selection effect, frame writing, the discovery engine's
-// transport, the datagrams on loop-back, the simulated installation. The datagrams' bytes
-// are pinned where they are built (tests/net); here only that every light gets its colour.
+// transport, the datagrams on loop-back, the simulated installation. The codec's bytes are
+// pinned in tests/net; here, that every light gets its colour and that the transport asks the
+// codec for the right frame (a whole frame per port, universe "all", flags 0, start code 0).
 class tst_LiveOutput : public QObject
 {
     Q_OBJECT
@@ -68,6 +70,16 @@ void tst_LiveOutput::selectedLightsArriveRedTheOthersDark()
         }
     }
     QVERIFY(lit > 0);
+
+    for (int s = 0; s < installation.supplies.size(); ++s) {
+        const SimSupply &supply = installation.supplies.at(s);
+        const quint8 port = supply.version == 1 ? 0 : supply.ports.constFirst().number;
+        const QByteArray sent = simulator.output()->lastFrame(s, port).last.datagram;
+        const auto *data = reinterpret_cast<const uchar *>(sent.constData()) + sent.size() - 512;
+        QCOMPARE(sent, supply.version == 1
+                           ? VistraRequests::dmxOut(0, 0, data, 512)
+                           : VistraRequests::portOut(0xFFFFFFFF, port, 0, 0, data, 512));
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_LiveOutput)

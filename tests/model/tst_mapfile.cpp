@@ -151,6 +151,7 @@ void tst_MapFile::everyFieldRoundTrips()
     group->setType(2);
     group->setName(QStringLiteral("Canopy"));
     group->setOValue(12);
+    group->setLightsPerStep(3); // saved only when it is not 1
     group->appendChild(0x52);
     group->appendChild(0x51);
     model.addGroup(std::move(group));

@@ -61,6 +61,7 @@ private slots:
     void sendTo_data();
     void sendTo();
     void readPending();
+    void buffersHoldABurstOfReplies();
 };
 
 void tst_KSocket::initTestCase()
@@ -285,6 +286,28 @@ void tst_KSocket::readPending()
     QCOMPARE(length, qint64(4096));
     QCOMPARE(QByteArray(buffer, 4096), large.left(4096));
     QVERIFY(!socket.readPending(buffer, sizeof buffer, &sender, &port, &length));
+}
+
+// A discovery answer comes as a burst of hundreds of replies; with the system's default
+// receive buffer most of them would be dropped. The kernel doubles what it is given and caps
+// it at the system's limit.
+void tst_KSocket::buffersHoldABurstOfReplies()
+{
+    const auto limit = [](const char *path) {
+        QFile file(QString::fromLatin1(path));
+        bool ok = file.open(QIODevice::ReadOnly);
+        const int value = ok ? file.readAll().trimmed().toInt(&ok) : 0;
+        return ok ? value : -1;
+    };
+    const int receiveMax = limit("/proc/sys/net/core/rmem_max");
+    const int sendMax = limit("/proc/sys/net/core/wmem_max");
+    if (receiveMax < 0 || sendMax < 0)
+        QSKIP("the system's socket buffer limits are not readable");
+    KSocket socket;
+    QCOMPARE(socket.socketOption(QAbstractSocket::ReceiveBufferSizeSocketOption).toInt(),
+             2 * qMin(KSocket::kReceiveBufferBytes, receiveMax));
+    QCOMPARE(socket.socketOption(QAbstractSocket::SendBufferSizeSocketOption).toInt(),
+             2 * qMin(KSocket::kSendBufferBytes, sendMax));
 }
 
 QTEST_GUILESS_MAIN(tst_KSocket)

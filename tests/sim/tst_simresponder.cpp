@@ -173,6 +173,12 @@ void tst_SimResponder::replies_data()
     QTest::newRow("blink scan 2, empty ports")
         << supply(0, 0) << blinkScan2(kSupplyIp)
         << QByteArrayList{"0401dc4a 0100 0802 7f000102 02000000 01010000 02010000"};
+    // Serials (type 1, 4 bytes each) and RDM ids (type 4, 6 bytes each: the length byte
+    // counts them) never share a datagram; nothing follows an RDM entry.
+    QTest::newRow("blink scan 2, a light on each port")
+        << supply(1, 1) << blinkScan2(kSupplyIp)
+        << QByteArrayList{"0401dc4a 0100 0802 7f000102 01 01 0000 01 01 0400 0101314c",
+                          "0401dc4a 0100 0802 7f000102 01 00 0000 02 04 0600 010200 02f77f"};
     QTest::newRow("blink scan 2, no ports")
         << portless() << blinkScan2(kSupplyIp)
         << QByteArrayList{"0401dc4a 0100 0802 7f000102 00000000"};
@@ -212,6 +218,10 @@ void tst_SimResponder::replies_data()
         << supply(0, 1) << rdmGet(0x7FF702000201ull, 0x00F0)
         << QByteArrayList{"0401dc4a 0300 0403 00000000 cc 01 1a 4f52ae000001 7ff702000201 00 00 "
                           "00 0000 21 00f0 02 0001 04c6"};
+    QTest::newRow("rdm, transaction number echoed")
+        << supply(0, 1) << rdmPatched(rdmGet(0x7FF702000201ull, 0x00F0), 15, 0x2A)
+        << QByteArrayList{"0401dc4a 0300 0403 00000000 cc 01 1a 4f52ae000001 7ff702000201 2a 00 "
+                          "00 0000 21 00f0 02 0001 04f0"};
     QTest::newRow("rdm configured parameter")
         << supply(0, 1) << rdmGet(0x7FF702000201ull, 0x8600)
         << QByteArrayList{"0401dc4a 0300 0403 00000000 cc 01 19 4f52ae000001 7ff702000201 00 00 "
@@ -290,6 +300,8 @@ void tst_SimResponder::blinkScan2Splits()
         const auto parsed = VistraReplies::parseReply(reply, kSupplyIp);
         QVERIFY(parsed);
         const auto &scan = std::get<VistraReplies::BlinkScan2Reply>(*parsed);
+        QCOMPARE(scan.ip, kSupplyIp);
+        QCOMPARE(scan.entryBytes.size(), reply.size() - 16); // nothing trails the entries
         more << scan.more;
         for (const VistraReplies::BlinkScan2Entry &entry : scan.entries) {
             const bool rdm = entry.kind == VistraReplies::BlinkScan2Entry::RdmUids;
@@ -350,6 +362,7 @@ void tst_SimResponder::frames_data()
     const QByteArray full(513, '\1');
     QTest::newRow("port out") << portOut << "port out, port 2, flags 0x30, ff8000102030";
     QTest::newRow("port out shorter than its length") << longer << QString();
+    // A length field of 513 (01 02) with 513 data bytes behind it.
     QTest::newRow("port out over 512")
         << VistraRequests::portOut(0xFFFFFFFF, 2, 0, 0, bytes(full), 512)
                .append('\1')
