@@ -75,6 +75,7 @@ void tst_LiveOutput::selectedLightsArriveRedTheOthersDark()
         const SimSupply &supply = installation.supplies.at(s);
         const quint8 port = supply.version == 1 ? 0 : supply.ports.constFirst().number;
         const QByteArray sent = simulator.output()->lastFrame(s, port).last.datagram;
+        QVERIFY(sent.size() > 512);
         const auto *data = reinterpret_cast<const uchar *>(sent.constData()) + sent.size() - 512;
         QCOMPARE(sent, supply.version == 1
                            ? VistraRequests::dmxOut(0, 0, data, 512)
