@@ -10,6 +10,7 @@
 #include "support/netnamespace.h"
 #include "net/vistra.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QtTest>
@@ -117,7 +118,6 @@ void tst_DiscoveryEngine::wirePortsAreCountedFromOne_data()
     QTest::addColumn<int>("wirePort");
     QTest::addColumn<int>("modelPort");
     QTest::newRow("port 1") << 1 << 0;
-    QTest::newRow("port 2") << 2 << 1;
     QTest::newRow("port 8") << 8 << 7;
 }
 
@@ -251,9 +251,14 @@ void tst_DiscoveryEngine::timeoutRetriesAndRearmsAsRdmGet()
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("No response received from device"));
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("ip: .*sn : .*read address: "));
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression("Retry read"));
+    QElapsedTimer clock;
+    clock.start();
     engine.handleTimeout();
-    // The retry runs on a fresh socket and re-arms the guard as an RDM get, whatever was
-    // resent: installations in the field behave so.
+    // The retry runs on a fresh socket, without waiting out the old one's close (30 s), and
+    // re-arms the guard as an RDM get, whatever was resent: installations in the field
+    // behave so.
+    QVERIFY2(clock.elapsed() < Vistra::kSocketCloseWaitMs / 3,
+             qPrintable(QString::number(clock.elapsed())));
     QVERIFY(engine.protocol()->socket()->localPort() != portBefore);
     QCOMPARE(guard(engine), QStringLiteral("XRDMGet 65 0x4c310001 127.0.1.1"));
     // Replies still reach the engine after the reset.
