@@ -70,8 +70,8 @@ QString call(const char *name, const QStringList &arguments)
     return QStringLiteral("%1(%2)").arg(QLatin1String(name), arguments.join(QStringLiteral(", ")));
 }
 
-// Writes every reply signal as a call, "name(ip, arguments...)", reading
-// what the pointer arguments point at while the signal is being delivered.
+// Writes every reply signal as a call, "name(ip, arguments...)", reading what the pointer
+// arguments point at while the signal is being delivered.
 class Recorder
 {
 public:
