@@ -31,7 +31,6 @@ private slots:
 
 namespace {
 
-// A plain client socket that collects every datagram it receives.
 class Client
 {
 public:
@@ -48,7 +47,6 @@ public:
     {
         return m_socket.writeDatagram(datagram, QHostAddress(to), 6038) == datagram.size();
     }
-    // Discover ports, sent to the supply it names.
     bool askPorts(const QString &supply)
     {
         return send(VistraRequests::discoverPorts(QHostAddress(supply).toIPv4Address()), supply);

@@ -37,7 +37,6 @@ void tst_SimView::coloursFollowFrames()
     SimView view(installation, &output);
     view.resize(view.sizeHint());
     const QRect rect = view.lightRect(supply, port, light);
-    QVERIFY(!rect.isEmpty());
     QVERIFY(!view.lightColour(supply, port, light).isValid());
     const auto pixel = [&] { return view.grab().toImage().pixelColor(rect.center()); };
     const QColor before = pixel();
