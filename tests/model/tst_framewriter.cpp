@@ -77,6 +77,8 @@ void tst_FrameWriter::dispatch_data()
         << 2u << 1 << QVector<int>{0} << false << true << QStringList{"dmx:0:0:" + red3};
     QTest::newRow("v1 unicast held: nothing")
         << 2u << 1 << QVector<int>{0} << true << true << QStringList{};
+    QTest::newRow("v1 broadcast held: nothing")
+        << 3u << 1 << QVector<int>{0} << true << true << QStringList{};
     QTest::newRow("v1 unicast not live: nothing")
         << 2u << 1 << QVector<int>{0} << false << false << QStringList{};
     QTest::newRow("v1 broadcast: 512 bytes")
@@ -89,6 +91,8 @@ void tst_FrameWriter::dispatch_data()
     QTest::newRow("v2 broadcast: 512 bytes, no nibble")
         << 3u << 2 << QVector<int>{1, 1} << false << true
         << QStringList{"bport:1:0:" + red512, "bport:2:3:" + blue512};
+    QTest::newRow("v2 broadcast not live: nothing")
+        << 3u << 2 << QVector<int>{1, 1} << false << false << QStringList{};
     QTest::newRow("streaming supply: sACN and Art-Net ports by kind")
         << 6u << 2 << QVector<int>{6, 7, 1} << false << true
         << QStringList{"sacn:0:0:" + red3, "artnet:1:0:" + blue3};
@@ -201,11 +205,10 @@ void tst_FrameWriter::lightEncoding()
             [&](quint32, quint8, quint16, quint16, const QByteArray &data) { frame = data; });
     QVERIFY(supply->updateLights());
     QCOMPARE(frame.size(), 512);
-    const int start = offset;
-    QCOMPARE(frame.mid(start, bytes.size()), bytes);
+    QCOMPARE(frame.mid(offset, bytes.size()), bytes);
     // Nothing else of the frame is written.
     QByteArray rest = frame;
-    rest.replace(start, bytes.size(), QByteArray(bytes.size(), '\0'));
+    rest.replace(offset, bytes.size(), QByteArray(bytes.size(), '\0'));
     QCOMPARE(rest, QByteArray(512, '\0'));
 }
 

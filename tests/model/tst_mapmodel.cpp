@@ -129,9 +129,8 @@ void tst_MapModel::forgettingTheAddressKeepsOtherProperties()
     supply.forgetAddressData();
 
     QVERIFY(supply.ipText().isEmpty());
-    QCOMPARE(
-        supply.deviceProperties().keys(),
-        (QList<QString>{QStringLiteral("FIRMWARE_VERSION"), QStringLiteral("IPV4_SUBNET_MASK")}));
+    QCOMPARE(QStringList(supply.deviceProperties().keys()),
+             QStringList({"FIRMWARE_VERSION", "IPV4_SUBNET_MASK"}));
     QCOMPARE(dropped.count(), 3);
     for (const QList<QVariant> &args : qAsConst(dropped)) {
         QCOMPARE(args.at(0).toULongLong(), quint64(7));
