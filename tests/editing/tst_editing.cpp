@@ -19,45 +19,31 @@ Q_DECLARE_METATYPE(LightEdit::Request)
 
 namespace {
 
-// A light as the rows state it: name, port index, DMX offset and the properties an edit may
-// change but the fixture type ("Cove 1 p0 @0 LED_CHEMISTRY=1"). DMX_OFFSET, where stored, must
-// agree with the offset: a mismatch shows as "@0!=3".
-QString line(const Light &light)
+// The lights as the rows state them: name, port index, DMX offset and the properties an edit
+// may change but the fixture type ("Cove 1 p0 @0 LED_CHEMISTRY=1"); DMX_OFFSET, where stored,
+// must agree with the offset: a mismatch shows as "@0!=3". With `all`, every stored property
+// follows, for "nothing else changed" and "undo gives back all".
+QStringList lines(const MapModel &model, const QList<quint64> &uids, bool all = false)
 {
-    QString text =
-        QStringLiteral("%1 p%2 @%3").arg(light.name()).arg(light.portNumber()).arg(light.channel());
-    const QString stored = light.deviceProperty(QStringLiteral("DMX_OFFSET"));
-    if (!stored.isEmpty() && stored.toInt() != light.channel())
-        text += QStringLiteral("!=") + stored;
-    const QMap<QString, QString> properties = light.deviceProperties();
-    for (auto p = properties.cbegin(); p != properties.cend(); ++p) {
-        if (p.key() != QLatin1String("DMX_OFFSET") && p.key() != QLatin1String("FIXTURE_TYPE"))
-            text += QLatin1Char(' ') + p.key() + QLatin1Char('=') + p.value();
-    }
-    return text;
-}
-
-// Every stored field of the lights, for "nothing else changed" and "undo gives back all".
-QStringList everything(const MapModel &model, const QList<quint64> &uids)
-{
-    QStringList all;
+    QStringList described;
     for (const quint64 uid : uids) {
         const Light &light = *model.light(uid);
-        QString text = line(light) + QLatin1String(" |");
+        QString text = QStringLiteral("%1 p%2 @%3")
+                           .arg(light.name())
+                           .arg(light.portNumber())
+                           .arg(light.channel());
+        const QString stored = light.deviceProperty(QStringLiteral("DMX_OFFSET"));
+        if (!stored.isEmpty() && stored.toInt() != light.channel())
+            text += QStringLiteral("!=") + stored;
         const QMap<QString, QString> properties = light.deviceProperties();
-        for (auto p = properties.cbegin(); p != properties.cend(); ++p)
-            text += QLatin1Char(' ') + p.key() + QLatin1Char('=') + p.value();
-        all << text;
+        for (auto p = properties.cbegin(); p != properties.cend(); ++p) {
+            if (all || (p.key() != QLatin1String("DMX_OFFSET") &&
+                        p.key() != QLatin1String("FIXTURE_TYPE")))
+                text += QLatin1Char(' ') + p.key() + QLatin1Char('=') + p.value();
+        }
+        described << text;
     }
-    return all;
-}
-
-QStringList lines(const MapModel &model, const QList<quint64> &uids)
-{
-    QStringList all;
-    for (const quint64 uid : uids)
-        all << line(*model.light(uid));
-    return all;
+    return described;
 }
 
 } // namespace
@@ -68,17 +54,13 @@ class tst_Editing final : public QObject
 private slots:
     void initTestCase();
     void init();
-    void summaryShowsVariousOrTheCommonValue_data();
     void summaryShowsVariousOrTheCommonValue();
-    void oneEditIsOneUndoStep_data();
-    void oneEditIsOneUndoStep();
-    void refusalsChangeNothing_data();
-    void refusalsChangeNothing();
+    void edits_data();
+    void edits();
     void groupEditsAreUndoneAndChaseInTheirOrder();
 
 private:
     std::unique_ptr<MapModel> m_model;
-    quint64 m_supply = 0;
     QList<quint64> m_lights;
     const DeviceDictionary *m_dictionary = nullptr;
     const PropertyMapper *m_mapper = nullptr;
@@ -94,13 +76,13 @@ void tst_Editing::initTestCase()
 void tst_Editing::init()
 {
     m_model = std::make_unique<MapModel>();
-    m_supply = MapBuild::supply(*m_model);
-    m_model->dataSupply(m_supply)->setPortCount(2);
+    const quint64 supply = MapBuild::supply(*m_model);
+    m_model->dataSupply(supply)->setPortCount(2);
     // Three lights of 3, 4 and 5 channels (RGB, RGBW, RGBAW); the last near the end of the
     // port and known by its channel alone (no DMX_OFFSET stored).
     m_lights.clear();
     for (const auto &[name, offset] : {std::pair{"Cove 1", 0}, {"Cove 2", 3}, {"Cove 3", 505}}) {
-        Light *light = m_model->light(MapBuild::light(*m_model, m_supply, 0, 0, name));
+        Light *light = m_model->light(MapBuild::light(*m_model, supply, 0, 0, name));
         light->setChannel(offset);
         light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QString::number(offset));
         light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"),
@@ -111,147 +93,114 @@ void tst_Editing::init()
     m_model->light(m_lights.last())->removeDeviceProperty(QStringLiteral("DMX_OFFSET"));
 }
 
-// The editor's fields as "name | DMX address | port | fixture type | LED chemistry".
-void tst_Editing::summaryShowsVariousOrTheCommonValue_data()
-{
-    QTest::addColumn<QList<int>>("which");
-    QTest::addColumn<QString>("firstChemistry"); // empty: as made
-    QTest::addColumn<QString>("fields");
-    QTest::newRow("one light") << QList<int>{1} << ""
-                               << "Cove 2 | 4 | 1 | Generic 3-Ch | RGBW";
-    QTest::newRow("all differ") << QList<int>{0, 1, 2} << ""
-                                << "Various | Various | 1 | Generic 3-Ch | Various";
-    // Maps keep a chemistry as text, lights made by hand as its number: one value.
-    QTest::newRow("text and number forms are one value")
-        << QList<int>{0, 1} << "RGBW"
-        << "Various | Various | 1 | Generic 3-Ch | RGBW";
-}
-
+// The editor's fields for three lights, then two: "name | DMX address | port | fixture type |
+// LED chemistry". Maps keep a chemistry as text, lights made by hand as its number: one value.
+// The chemistry is the hardware's; the input resolution the user may set.
 void tst_Editing::summaryShowsVariousOrTheCommonValue()
 {
-    QFETCH(QList<int>, which);
-    QFETCH(QString, firstChemistry);
-    if (!firstChemistry.isEmpty())
-        m_model->light(m_lights.at(0))->setDeviceProperty("LED_CHEMISTRY", firstChemistry);
-    QList<quint64> uids;
-    for (const int i : which)
-        uids << m_lights.at(i);
-    const LightEdit::Summary summary =
-        LightEdit::summarise(*m_model, uids, *m_dictionary, *m_mapper);
-    QCOMPARE(summary.lightCount, which.size());
-    const auto row = [&summary](const char *token) {
-        return std::find_if(summary.rows.cbegin(), summary.rows.cend(),
-                            [token](const auto &r) { return r.token == QLatin1String(token); });
-    };
-    QVERIFY(row("LED_CHEMISTRY") != summary.rows.cend());
-    QTEST(QStringList({summary.name.text(), summary.dmxAddress.text(), summary.port.text(),
-                       summary.fixtureType.text(), row("LED_CHEMISTRY")->current.text()})
-              .join(" | "),
-          "fields");
-    // The chemistry is the hardware's; the input resolution the user may set.
-    QVERIFY(!row("LED_CHEMISTRY")->editable);
-    QVERIFY(row("INPUT_RESOLUTION") != summary.rows.cend() && row("INPUT_RESOLUTION")->editable);
+    m_model->light(m_lights.at(0))->setDeviceProperty("LED_CHEMISTRY", "RGBW");
+    QStringList fields;
+    for (const int count : {3, 2}) {
+        const LightEdit::Summary summary =
+            LightEdit::summarise(*m_model, m_lights.mid(0, count), *m_dictionary, *m_mapper);
+        const auto row = [&summary](const char *token) {
+            return std::find_if(summary.rows.cbegin(), summary.rows.cend(),
+                                [token](const auto &r) { return r.token == QLatin1String(token); });
+        };
+        QVERIFY(row("LED_CHEMISTRY") != summary.rows.cend() && !row("LED_CHEMISTRY")->editable);
+        QVERIFY(row("INPUT_RESOLUTION") != summary.rows.cend() &&
+                row("INPUT_RESOLUTION")->editable);
+        fields << QStringList({summary.name.text(), summary.dmxAddress.text(), summary.port.text(),
+                               summary.fixtureType.text(), row("LED_CHEMISTRY")->current.text()})
+                      .join(" | ");
+    }
+    QCOMPARE(fields, QStringList({"Various | Various | 1 | Generic 3-Ch | Various",
+                                  "Various | Various | 1 | Generic 3-Ch | RGBW"}));
 }
 
-void tst_Editing::oneEditIsOneUndoStep_data()
+// An edit is one undo step for every light and every field, or is refused whole, changing
+// nothing: the lights after it, or a fragment of the refusal.
+void tst_Editing::edits_data()
 {
     QTest::addColumn<Request>("request");
-    QTest::addColumn<QStringList>("lights");
-    Request consecutive;
-    consecutive.dmxMode = Request::DmxMode::Consecutive;
-    consecutive.dmxAddress = 10;
+    QTest::addColumn<QStringList>("expected");
+    const auto dmx = [](Request::DmxMode mode, int address) {
+        Request r;
+        r.dmxMode = mode;
+        r.dmxAddress = address;
+        return r;
+    };
+    const auto property = [](const char *token, const char *value) {
+        Request r;
+        r.properties.insert(QLatin1String(token), QLatin1String(value));
+        return r;
+    };
     // Each next light starts after the channels of the one before: 3, then 4 channels.
     QTest::newRow("consecutive addresses")
-        << consecutive
+        << dmx(Request::DmxMode::Consecutive, 10)
         << QStringList{"Cove 1 p0 @9 LED_CHEMISTRY=1", "Cove 2 p0 @12 LED_CHEMISTRY=2",
                        "Cove 3 p0 @16 LED_CHEMISTRY=3"};
-    Request same;
-    same.dmxMode = Request::DmxMode::Same;
-    same.dmxAddress = 100;
     QTest::newRow("one address for all")
-        << same
+        << dmx(Request::DmxMode::Same, 100)
         << QStringList{"Cove 1 p0 @99 LED_CHEMISTRY=1", "Cove 2 p0 @99 LED_CHEMISTRY=2",
                        "Cove 3 p0 @99 LED_CHEMISTRY=3"};
-    Request everything;
+    Request everything = dmx(Request::DmxMode::Consecutive, 1);
     everything.name = QStringLiteral("Wash");
     everything.port = 2;
     everything.properties.insert(QStringLiteral("INPUT_RESOLUTION"), QStringLiteral("1"));
-    everything.dmxMode = Request::DmxMode::Consecutive;
-    everything.dmxAddress = 1;
     // The new resolution (16 bit: two slots a channel) counts for the numbering.
     QTest::newRow("name, port, resolution and addresses")
         << everything
         << QStringList{"Wash 001 p1 @0 INPUT_RESOLUTION=1 LED_CHEMISTRY=1",
                        "Wash 002 p1 @6 INPUT_RESOLUTION=1 LED_CHEMISTRY=2",
                        "Wash 003 p1 @14 INPUT_RESOLUTION=1 LED_CHEMISTRY=3"};
-    Request portOnly;
-    portOnly.port = 2;
+    Request port;
+    port.port = 2;
     // "No Change" everywhere else: each light keeps its own values.
-    QTest::newRow("port only") << portOnly
+    QTest::newRow("port only") << port
                                << QStringList{"Cove 1 p1 @0 LED_CHEMISTRY=1",
                                               "Cove 2 p1 @3 LED_CHEMISTRY=2",
                                               "Cove 3 p1 @505 LED_CHEMISTRY=3"};
+    // 505..507, 508..511, 512..516: the last does not fit.
+    QTest::newRow("consecutive run past 512")
+        << dmx(Request::DmxMode::Consecutive, 505) << QStringList{"\"Cove 3\" (5 channels)"};
+    // 16 bit doubles the last light's slots without moving it: 506..515.
+    QTest::newRow("wider light past 512")
+        << property("INPUT_RESOLUTION", "1") << QStringList{"\"Cove 3\" (10 channels)"};
+    port.port = 3;
+    QTest::newRow("port the interface lacks") << port << QStringList{"has 2 port(s)"};
+    Request type;
+    type.fixtureType = QStringLiteral("Nonesuch");
+    type.name = QStringLiteral("Renamed");
+    QTest::newRow("unknown fixture type") << type << QStringList{"no fixture type"};
+    QTest::newRow("read-only property") << property("LED_CHEMISTRY", "2")
+                                        << QStringList{"LED Chemistry of \"Cove 1\" is read only"};
+    QTest::newRow("value the property lacks")
+        << property("INPUT_RESOLUTION", "7") << QStringList{"7 is not a value of"};
 }
 
-void tst_Editing::oneEditIsOneUndoStep()
+void tst_Editing::edits()
 {
     QFETCH(Request, request);
+    QFETCH(QStringList, expected);
     UndoManager undo(m_model.get());
-    const QStringList before = everything(*m_model, m_lights);
+    const QStringList before = lines(*m_model, m_lights, true);
     auto planned = LightEdit::plan(*m_model, m_lights, request, *m_dictionary, *m_mapper);
-    QVERIFY(std::holds_alternative<std::unique_ptr<EditLightsCommand>>(planned));
+    if (const auto *problem = std::get_if<LightEdit::Problem>(&planned)) {
+        QVERIFY2(expected.size() == 1 && problem->text.contains(expected.first()),
+                 qPrintable(problem->text));
+        QCOMPARE(lines(*m_model, m_lights, true), before);
+        return;
+    }
     auto command = std::move(std::get<std::unique_ptr<EditLightsCommand>>(planned));
     command->apply(*m_model, nullptr);
     undo.addUndoActionList(new UndoActionList{command.release()});
-    QTEST(lines(*m_model, m_lights), "lights");
-    const QStringList after = everything(*m_model, m_lights);
+    QCOMPARE(lines(*m_model, m_lights), expected);
+    const QStringList after = lines(*m_model, m_lights, true);
     undo.undo();
-    QCOMPARE(everything(*m_model, m_lights), before);
+    QCOMPARE(lines(*m_model, m_lights, true), before);
     undo.redo();
-    QCOMPARE(everything(*m_model, m_lights), after);
-}
-
-void tst_Editing::refusalsChangeNothing_data()
-{
-    QTest::addColumn<Request>("request");
-    QTest::addColumn<QString>("message");
-    Request pastTheEnd;
-    pastTheEnd.dmxMode = Request::DmxMode::Same;
-    pastTheEnd.dmxAddress = 511; // a 3-channel light needs 511..513
-    QTest::newRow("address past 512") << pastTheEnd << "past channel 512";
-    Request runsOver;
-    runsOver.dmxMode = Request::DmxMode::Consecutive;
-    runsOver.dmxAddress = 505; // 505..507, 508..511, 512..516: the last does not fit
-    QTest::newRow("consecutive run past 512") << runsOver << "\"Cove 3\" (5 channels)";
-    Request wider;
-    wider.properties.insert(QStringLiteral("INPUT_RESOLUTION"), QStringLiteral("1"));
-    // 16 bit doubles the last light's slots without moving it: 506..515.
-    QTest::newRow("wider light past 512") << wider << "\"Cove 3\" (10 channels)";
-    Request noSuchPort;
-    noSuchPort.port = 3;
-    QTest::newRow("port the interface lacks") << noSuchPort << "has 2 port(s)";
-    Request noSuchType;
-    noSuchType.fixtureType = QStringLiteral("Nonesuch");
-    noSuchType.name = QStringLiteral("Renamed");
-    QTest::newRow("unknown fixture type") << noSuchType << "no fixture type";
-    Request readOnly;
-    readOnly.properties.insert(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("2"));
-    QTest::newRow("read-only property") << readOnly << "LED Chemistry of \"Cove 1\" is read only";
-    Request notAnOption;
-    notAnOption.properties.insert(QStringLiteral("INPUT_RESOLUTION"), QStringLiteral("7"));
-    QTest::newRow("value the property lacks") << notAnOption << "7 is not a value of";
-}
-
-void tst_Editing::refusalsChangeNothing()
-{
-    QFETCH(Request, request);
-    QFETCH(QString, message);
-    const QStringList before = everything(*m_model, m_lights);
-    const auto planned = LightEdit::plan(*m_model, m_lights, request, *m_dictionary, *m_mapper);
-    const auto *problem = std::get_if<LightEdit::Problem>(&planned);
-    QVERIFY(problem);
-    QVERIFY2(problem->text.contains(message), qPrintable(problem->text));
-    QCOMPARE(everything(*m_model, m_lights), before);
+    QCOMPARE(lines(*m_model, m_lights, true), after);
 }
 
 // A group made, then changed, each one undo step; a chase steps through it in its own order.

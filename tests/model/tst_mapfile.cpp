@@ -32,24 +32,6 @@ QStringList messagesOf(const QSignalSpy &spy)
     return list;
 }
 
-// Element tags directly below the first element named `parent`, in order.
-QStringList childTags(const QByteArray &xml, const QString &parent)
-{
-    QXmlStreamReader reader(xml);
-    while (reader.readNextStartElement()) {
-        if (reader.name() == parent)
-            break;
-        if (reader.name() != QLatin1String("map"))
-            reader.skipCurrentElement();
-    }
-    QStringList tags;
-    while (reader.readNextStartElement()) {
-        tags << reader.name().toString();
-        reader.skipCurrentElement();
-    }
-    return tags;
-}
-
 // The loader's notes about values it did not take ("loadLight: light 1: ..."), as opposed to
 // its progress messages ("Loading a ...", "Doc has ...").
 QStringList notesOf(const QSignalSpy &spy)
@@ -79,130 +61,100 @@ class tst_MapFile : public QObject
 
 private slots:
     void everyFieldRoundTrips();
-    void writesFieldsInOrderAndFormat();
     void longAndShortTagsMayBeMixed();
     void badDocumentsLoadNothing_data();
     void badDocumentsLoadNothing();
-    void missingFileIsReported();
-    void hugeFileIsRefused();
+    void missingAndHugeFilesAreRefused();
     void duplicatesAreRefusedAndLoadGoesOn();
     void loadMessagesAndSignalsInOrder();
     void saveProgressCountsInSteps_data();
     void saveProgressCountsInSteps();
-    void addressAndMacFallbacks_data();
-    void addressAndMacFallbacks();
     void textsThatXmlCannotCarryStillSave();
-    void failedSaveLeavesOldFileIntact();
     void hostileMapsRoundTrip_data();
     void hostileMapsRoundTrip();
     void limitsRefuseTheFile_data();
     void limitsRefuseTheFile();
-    void saveOnlyOverRegularFiles_data();
-    void saveOnlyOverRegularFiles();
+    void saveReplacesOnlyRegularFiles_data();
+    void saveReplacesOnlyRegularFiles();
 };
 
+// A map with every field of every object as the writer puts it (tags in its order, texts
+// escaped, a light's serial in decimal and a supply's in hexadecimal, coordinates to six places,
+// the chase step size only when it is not 1) loads and saves to the very same bytes. The
+// layout's working selection is never written.
 void tst_MapFile::everyFieldRoundTrips()
 {
+    const QByteArray file = R"(<map>
+ <imagefile>/plans/arcade floor.png</imagefile>
+ <postsync>0</postsync>
+ <version>2.3.1</version>
+ <c>
+  <t>3</t>
+  <s>1234567890</s>
+  <n>North &lt;PDS&gt; &amp; &quot;co&quot;</n>
+  <sn>1A2B3C4D5</sn>
+  <ip>10.32.1.11</ip>
+  <mac>00:1C:42:0A:11:01</mac>
+  <u>7</u>
+  <d>512</d>
+  <v>3</v>
+  <vs>2.4.0</vs>
+  <family>PDS-480</family>
+  <pl>
+   <p>
+    <pn>1</pn>
+    <pt>6</pt>
+    <pf>13</pf>
+   </p>
+   <p>
+    <pn>2</pn>
+    <pt>7</pt>
+    <pf>FFFB</pf>
+   </p>
+  </pl>
+  <l>51</l>
+  <properties>
+   <DEVICE_NAME>north</DEVICE_NAME>
+  </properties>
+ </c>
+ <l>
+  <s>51</s>
+  <n>Façade 1</n>
+  <pn>1</pn>
+  <ln>17</ln>
+  <f>ABCDEF0123</f>
+  <c>1234567890</c>
+  <fc>8000BEEF</fc>
+  <x>12.500000</x>
+  <y>-24.250000</y>
+  <z>3.125000</z>
+  <q0>0.500000</q0>
+  <q1>-0.500000</q1>
+  <q2>0.250000</q2>
+  <q3>0.125000</q3>
+  <ch>51</ch>
+  <sn>134621454925890</sn>
+  <tintlockprofileid>26</tintlockprofileid>
+  <tintlockiomode>17</tintlockiomode>
+  <properties>
+   <DMX_OFFSET>50</DMX_OFFSET>
+   <LED_CHEMISTRY>RGBW</LED_CHEMISTRY>
+  </properties>
+ </l>
+ <g>
+  <t>2</t>
+  <s>99</s>
+  <n>Canopy</n>
+  <o>12</o>
+  <lightsperstep>3</lightsperstep>
+  <c>51</c>
+ </g>
+</map>
+)";
     MapModel model;
-    model.setImageFile(QStringLiteral("/plans/arcade floor.png"));
-
-    auto supply = std::make_unique<DataSupply>(DataSupply::VistraBroadcast);
-    supply->setUid(0x1234567890ULL);
-    supply->setName(QStringLiteral("North <PDS> & \"co\""));
-    supply->setSerialNumber(0x01A2B3C4D5ULL);
-    supply->setIpAddress(QHostAddress(QStringLiteral("10.32.1.11")));
-    supply->setMacAddress(QStringLiteral("00:1C:42:0A:11:01"));
-    supply->setUniverse(7);
-    supply->setDMXBufSize(512);
-    supply->setVersion(3);
-    supply->setVersionString(QStringLiteral("2.4.0"));
-    supply->setFamily(QStringLiteral("PDS-480"));
-    supply->setPortCount(2);
-    supply->setPort(0, {1, 6, 0x0013});
-    supply->setPort(1, {2, 7, 0xFFFF});
-    supply->addLight(0x51);
-    supply->addLight(0x52);
-    supply->setDeviceProperty(QStringLiteral("DEVICE_NAME"), QStringLiteral("north"));
-    model.addDataSupply(std::move(supply));
-
-    auto light = std::make_unique<Light>();
-    light->setUid(0x51);
-    light->setName(QStringLiteral("Façade 1"));
-    light->setDataSupply(0x1234567890ULL);
-    light->setPortNumber(1);
-    light->setLightNumber(17);
-    light->setFixture(0xABCDEF0123ULL);
-    light->setFixtureCode(0x8000BEEF); // past the int range: read back unsigned
-    light->setPosition(12.5, -24.25, 3.125);
-    light->setOrientation(0.5, -0.5, 0.25, 0.125);
-    light->setChannel(51);
-    light->setSerialNumber(0x7A7000000042ULL);
-    light->setTintlockProfileId(26);
-    light->setTintlockIoMode(17);
-    light->setDeviceProperty(QStringLiteral("DMX_OFFSET"), QStringLiteral("50"));
-    light->setDeviceProperty(QStringLiteral("LED_CHEMISTRY"), QStringLiteral("RGBW"));
-    model.addLight(std::move(light));
-    auto second = std::make_unique<Light>();
-    second->setUid(0x52);
-    model.addLight(std::move(second));
-
-    auto group = std::make_unique<Group>();
-    group->setUid(0x99);
-    group->setType(2);
-    group->setName(QStringLiteral("Canopy"));
-    group->setOValue(12);
-    group->setLightsPerStep(3); // saved only when it is not 1
-    group->appendChild(0x52);
-    group->appendChild(0x51);
-    model.addGroup(std::move(group));
-
-    MapModel loaded;
-    QVERIFY(load(loaded, save(model)));
-    const DataSupply *s = loaded.dataSupply(0x1234567890ULL);
-    QVERIFY(s && s->hasAddress());
-    QCOMPARE(s->ipText(), QByteArray("10.32.1.11"));
-    QCOMPARE(s->dmxBuffer().size(), 512);
-    // Bit 2 of the port flags is run-time state and is never stored.
-    QCOMPARE(s->port(1), (SupplyPort{2, 7, 0xFFFB}));
-    model.dataSupply(0x1234567890ULL)->setPort(1, {2, 7, 0xFFFB});
-    // Every field of every object (the JSON view holds them all) comes back as it was.
-    QCOMPARE(MapJson::fileContent(loaded), MapJson::fileContent(model));
-    // A second save of what was loaded is byte-for-byte the same file.
-    QCOMPARE(save(loaded), save(model));
-}
-
-// The tags in the order the writer puts them; the layout's working selection is never
-// written.
-void tst_MapFile::writesFieldsInOrderAndFormat()
-{
-    MapModel model;
-    MapBuild::supply(model, QStringLiteral("S"), 0xAB);
-    model.dataSupply(0xAB)->setPort(0, {1, 0, 0x0004});
-    MapBuild::light(model, 0xAB, 0, 0, QStringLiteral("L"), 0x10);
-    model.light(0x10)->setPosition(1.0 / 3.0, 2, 0);
-    MapBuild::group(model, QStringLiteral("G"), {0x10}, 0x20);
-    MapBuild::group(model, Group::selectionGroupName(), {0x10});
-
-    const QByteArray xml = save(model);
-    QCOMPARE(childTags(xml, "map"),
-             QStringList({"imagefile", "postsync", "version", "c", "l", "g"}));
-    QCOMPARE(childTags(xml, "c"), QStringList({"t", "s", "n", "sn", "ip", "mac", "u", "d", "v",
-                                               "vs", "family", "pl", "l", "properties"}));
-    QCOMPARE(childTags(xml, "l"),
-             QStringList({"s", "n", "pn", "ln", "f", "c", "fc", "x", "y", "z", "q0", "q1", "q2",
-                          "q3", "ch", "sn", "tintlockprofileid", "tintlockiomode", "properties"}));
-    QCOMPARE(childTags(xml, "g"), QStringList({"t", "s", "n", "o", "c"}));
-
-    // Same default serial, two spellings: decimal for lights, hexadecimal for supplies.
-    QVERIFY(xml.contains("<sn>4294967295</sn>"));
-    QVERIFY(xml.contains("<sn>FFFFFFFF</sn>"));
-    QVERIFY(xml.contains("<s>AB</s>"));
-    QVERIFY(xml.contains("<x>0.333333</x>"));
-    QVERIFY(xml.contains("<y>2.000000</y>"));
-    QVERIFY(xml.contains("<pf>0</pf>"));
-    QVERIFY(xml.contains("<postsync>0</postsync>"));
-    QVERIFY(xml.contains("<version>2.3.1</version>"));
-    QVERIFY(xml.startsWith("<map>\n <imagefile>"));
+    QVERIFY(load(model, file));
+    MapBuild::group(model, Group::selectionGroupName(), {0x51});
+    QCOMPARE(save(model), file);
 }
 
 void tst_MapFile::longAndShortTagsMayBeMixed()
@@ -239,8 +191,6 @@ void tst_MapFile::badDocumentsLoadNothing_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("lastMessage");
     QTest::addColumn<QString>("reason"); // what the Load Error box says
-    QTest::newRow("empty") << QByteArray() << "Error in line: 1, column: 0"
-                           << "Error in line: 1, column: 0: Premature end of document.";
     QTest::newRow("not XML") << QByteArray("PK\x03\x04 zip") << "Error in line: 1, column: 1"
                              << "Error in line: 1, column: 1: Start tag expected.";
     QTest::newRow("wrong root") << QByteArray("<plan><l><s>1</s></l></plan>")
@@ -249,17 +199,9 @@ void tst_MapFile::badDocumentsLoadNothing_data()
     QTest::newRow("comment beside root")
         << QByteArray("<!-- exported --><map><l><s>1</s></l></map>") << "Doc has 2 children."
         << "The file holds 2 top-level nodes; a map file holds its \"map\" element only.";
-    QTest::newRow("processing instruction beside root")
-        << QByteArray("<map><l><s>1</s></l></map><?tool x?>") << "Doc has 2 children."
-        << "The file holds 2 top-level nodes; a map file holds its \"map\" element only.";
-    QTest::newRow("truncated") << QByteArray("<map><l><s>1</s></l><l><s>2</s>")
-                               << "Error in line: 1, column: 31"
-                               << "Error in line: 1, column: 31: Premature end of document.";
     QTest::newRow("mismatched tag on line 4")
         << QByteArray("<map>\n <l>\n  <s>1</s>\n </x>\n</map>\n") << "Error in line: 4, column: 5"
         << "Error in line: 4, column: 5: Opening and ending tag mismatch.";
-    QTest::newRow("two roots") << QByteArray("<map/><map/>") << "Error in line: 1, column: 12"
-                               << "Error in line: 1, column: 12: Extra content at end of document.";
 }
 
 void tst_MapFile::badDocumentsLoadNothing()
@@ -275,7 +217,7 @@ void tst_MapFile::badDocumentsLoadNothing()
     QCOMPARE(model.loadError(), reason);
 }
 
-void tst_MapFile::missingFileIsReported()
+void tst_MapFile::missingAndHugeFilesAreRefused()
 {
     MapModel model;
     QSignalSpy messages(&model, &MapModel::msg);
@@ -283,18 +225,13 @@ void tst_MapFile::missingFileIsReported()
     QCOMPARE(messagesOf(messages), QStringList({"Opening map file: /nonexistent/plan.map",
                                                 "Error: Unable to open file."}));
     QCOMPARE(model.loadError(), QStringLiteral("Unable to open file: No such file or directory"));
-}
 
-void tst_MapFile::hugeFileIsRefused()
-{
     QTemporaryDir dir;
     QFile f(dir.filePath(QStringLiteral("huge.map")));
     QVERIFY(f.open(QIODevice::WriteOnly));
     f.write("<map>");
     QVERIFY(f.resize(MapModel::kMaxMapFileBytes + 1)); // sparse: costs no disk
     f.close();
-    MapModel model;
-    QSignalSpy messages(&model, &MapModel::msg);
     QVERIFY(!model.loadFromFile(f.fileName()));
     QCOMPARE(
         messagesOf(messages).last(),
@@ -404,42 +341,6 @@ void tst_MapFile::saveProgressCountsInSteps()
     QCOMPARE(values, expected);
 }
 
-// A supply's address and MAC as read: "ip set|unset mac".
-void tst_MapFile::addressAndMacFallbacks_data()
-{
-    QTest::addColumn<QString>("ip");
-    QTest::addColumn<QString>("mac");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("valid") << "10.0.5.1"
-                           << "01:02:03:04:05:06"
-                           << "10.0.5.1 set 01:02:03:04:05:06";
-    QTest::newRow("unset address") << "0.0.0.0"
-                                   << "01:02:03:04:05"
-                                   << "0.0.0.0 unset 00:00:00:00:00:00";
-    QTest::newRow("garbage address") << "ten.0.0.1"
-                                     << ""
-                                     << "10.0.0.0 set 00:00:00:00:00:00";
-    QTest::newRow("IPv6 is not a supply address") << "fe80::1"
-                                                  << "1:2:3:4:5:6:7"
-                                                  << "10.0.0.0 set 00:00:00:00:00:00";
-}
-
-void tst_MapFile::addressAndMacFallbacks()
-{
-    QFETCH(QString, ip);
-    QFETCH(QString, mac);
-    QFETCH(QString, expected);
-    MapModel model;
-    QVERIFY(load(model, QStringLiteral("<map><c><t>2</t><s>1</s><ip>%1</ip><mac>%2</mac></c></map>")
-                            .arg(ip, mac)
-                            .toUtf8()));
-    const DataSupply *s = model.dataSupply(1);
-    QCOMPARE(
-        QStringList({s->ipAddress().toString(), s->hasAddress() ? "set" : "unset", s->macAddress()})
-            .join(' '),
-        expected);
-}
-
 void tst_MapFile::textsThatXmlCannotCarryStillSave()
 {
     // Names can come from devices on the network; a stray control byte must not make the
@@ -452,46 +353,6 @@ void tst_MapFile::textsThatXmlCannotCarryStillSave()
     QCOMPARE(loaded.dataSupply(1)->name(), QStringLiteral("PDS-7"));
 }
 
-void tst_MapFile::failedSaveLeavesOldFileIntact()
-{
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    const QString path = dir.filePath(QStringLiteral("plan.map"));
-    const QByteArray original = "<map><l><s>1</s></l></map>\n";
-    {
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(original);
-    }
-
-    MapModel model;
-    for (int i = 0; i < 2000; ++i)
-        MapBuild::light(model);
-
-    // Simulate a full disk: no file may grow past 16 KiB while we save.
-    struct rlimit previous;
-    QCOMPARE(getrlimit(RLIMIT_FSIZE, &previous), 0);
-    auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    struct rlimit tiny = previous;
-    tiny.rlim_cur = 16 * 1024;
-    QCOMPARE(setrlimit(RLIMIT_FSIZE, &tiny), 0);
-    const bool saved = model.saveToFile(path);
-    setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, oldHandler);
-
-    QVERIFY(!saved);
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    QCOMPARE(f.readAll(), original);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"plan.map"});
-
-    // With room on the disk the same save succeeds and replaces the file.
-    QVERIFY(model.saveToFile(path));
-    MapModel reloaded;
-    QVERIFY(reloaded.loadFromFile(path));
-    QCOMPARE(reloaded.lightCount(), 2000);
-}
-
 // Hand-written and damaged maps: what loads is said where it differs from the file, and a
 // save of what loaded loads to the very same map, without a word.
 void tst_MapFile::hostileMapsRoundTrip_data()
@@ -500,46 +361,25 @@ void tst_MapFile::hostileMapsRoundTrip_data()
     QTest::addColumn<QStringList>("notes");
 
     const QByteArray supply = "<c><t>2</t><s>A</s></c>";
-    QTest::newRow("negative numbers")
-        << QByteArray("<l><s>1</s><pn>-1</pn><ln>-5</ln><sn>-1</sn></l>")
-        << QStringList{
-               "loadLight: light 1: port number \"-1\" is not a whole number from 0 to 255; kept 0",
-               "loadLight: light 1: light number \"-5\" is not a whole number from 0 to "
-               "2147483647; kept 0",
-               "loadLight: light 1: serial number \"-1\" is not a whole number; kept 4294967295"};
+    // One field of each reading rule: whole numbers, unsigned decimal, hexadecimal, and the
+    // port flags' run-time bit.
     QTest::newRow("numbers past their fields")
-        << QByteArray("<c><t>2</t><s>A</s><u>-1</u><d>70000</d><v>-3</v><pl><p><pn>70000</pn>"
-                      "<pt>300</pt><pf>1FFFF</pf></p><p><pf>7</pf></p></pl></c>"
-                      "<l><s>1</s><pn>256</pn><fc>1FFFFFFFF</fc><ch>-2</ch>"
-                      "<tintlockprofileid>99999999999</tintlockprofileid></l>")
+        << QByteArray("<c><t>2</t><s>A</s><u>-1</u><d>70000</d><pl><p><pf>1FFFF</pf></p>"
+                      "<p><pf>7</pf></p></pl></c><l><s>1</s><sn>-1</sn></l>")
         << QStringList{"loadDataSupply: supply A: universe \"-1\" is not a whole number from 0 to "
                        "4294967295; kept 0",
                        "loadDataSupply: supply A: DMX buffer size \"70000\" is not a whole number "
                        "from 0 to 65536; kept 12",
-                       "loadDataSupply: supply A: version \"-3\" is not a whole number from 0 to "
-                       "2147483647; kept 1",
-                       "loadDataSupply: supply A: port 1 number \"70000\" is not a whole number "
-                       "from 0 to 65535; kept 0",
-                       "loadDataSupply: supply A: port 1 type \"300\" is not a whole number from 0 "
-                       "to 255; kept 0",
                        "loadDataSupply: supply A: port 1 flags \"1FFFF\" is not a hexadecimal "
                        "number from 0 to FFFF; kept 0",
                        "loadDataSupply: supply A: port 2 flags 7: bit 2 is a run-time state and is "
                        "not kept",
-                       "loadLight: light 1: port number \"256\" is not a whole number from 0 to "
-                       "255; kept 0",
-                       "loadLight: light 1: fixture code \"1FFFFFFFF\" is not a hexadecimal number "
-                       "from 0 to FFFFFFFF; kept 0",
-                       "loadLight: light 1: channel \"-2\" is not a whole number from 0 to "
-                       "2147483647; kept 0",
-                       "loadLight: light 1: Tintlock profile id \"99999999999\" is not a whole "
-                       "number from -2147483648 to 2147483647; kept 0"};
+                       "loadLight: light 1: serial number \"-1\" is not a whole number; kept "
+                       "4294967295"};
     QTest::newRow("not numbers")
-        << QByteArray("<l><s>zz</s><x>nan</x><y>inf</y><z>1e300</z><q0>abc</q0></l>")
+        << QByteArray("<l><s>zz</s><x>nan</x><z>1e300</z><q0>abc</q0></l>")
         << QStringList{"loadLight: light 0: uid \"zz\" is not a hexadecimal number; kept 0",
                        "loadLight: light 0: x \"nan\" is not a number from -1000000000 to "
-                       "1000000000; kept 0",
-                       "loadLight: light 0: y \"inf\" is not a number from -1000000000 to "
                        "1000000000; kept 0",
                        "loadLight: light 0: z \"1e300\" is not a number from -1000000000 to "
                        "1000000000; kept 0",
@@ -550,25 +390,20 @@ void tst_MapFile::hostileMapsRoundTrip_data()
         << QStringList{};
     QTest::newRow("texts past their limits")
         << "<imagefile>" + QByteArray(MapFileFormat::kMaxPathLength + 1, 'p') + "</imagefile>" +
-               "<l><s>1</s><n>" + QByteArray(MapFileFormat::kMaxTextLength + 1, 'n') + "</n></l>" +
                "<c><t>2</t><s>A</s><vs>" + QByteArray(16 << 20, 'v') + "</vs></c>"
         << QStringList{"loadMap: background image is 4097 characters long (at most 4096); not kept",
-                       "loadLight: light 1: name is 1025 characters long (at most 1024); kept "
-                       "\"Default Light\"",
                        "loadDataSupply: supply A: version text is 16777216 characters long (at "
                        "most 1024); kept \"\""};
     QTest::newRow("references to nothing")
         << QByteArray(
                "<c><t>2</t><s>A</s><l>1</l><l>77</l><l>1</l><l>x</l></c><l><s>1</s><c>A</c></l>"
-               "<l><s>2</s><c>99</c></l><g><s>9</s><c>1</c><c>A</c><c>5</c><c>9</c></g>")
+               "<l><s>2</s><c>99</c></l><g><s>9</s><c>2</c><c>1</c><c>5</c></g>")
         << QStringList{"loadDataSupply: supply A: light 1 is listed more than once; kept once",
                        "loadDataSupply: supply A: light \"x\" is not a hexadecimal uid; not kept",
                        "loadDataSupply: supply A: light 77 is not a light of this map; not kept",
                        "loadLight: light 2: data supply 99 is not a supply of this map; not kept "
                        "(the light has no supply)",
-                       "loadGroup: group 9: member A is not a light of this map; not kept",
-                       "loadGroup: group 9: member 5 is not a light of this map; not kept",
-                       "loadGroup: group 9: member 9 is not a light of this map; not kept"};
+                       "loadGroup: group 9: member 5 is not a light of this map; not kept"};
     QTest::newRow("uids shared across kinds")
         << supply + "<l><s>A</s></l><l><s>B</s></l><g><s>B</s></g><g><s>C</s><c>B</c></g>"
         << QStringList{"loadLight: uid already exists", "loadGroup: uid already exists"};
@@ -606,13 +441,15 @@ void tst_MapFile::hostileMapsRoundTrip_data()
                        "loadDataSupply: supply A: port list holds more than 255 ports; the rest "
                        "are not kept"};
     QTest::newRow("supply addresses")
-        << QByteArray("<c><t>2</t><s>A</s><ip>ten.0.0.1</ip><mac>01:02</mac></c>")
+        << QByteArray(
+               "<c><t>2</t><s>A</s><ip>ten.0.0.1</ip><mac>01:02</mac></c>"
+               "<c><t>2</t><s>B</s><ip>fe80::1</ip></c><c><t>2</t><s>C</s><ip>0.0.0.0</ip></c>")
         << QStringList{"loadDataSupply: supply A: IP address \"ten.0.0.1\" is not an IPv4 address; "
                        "10.0.0.0 is used",
                        "loadDataSupply: supply A: MAC address \"01:02\" is not six parts separated "
-                       "by ':'; 00:00:00:00:00:00 is used"};
-    QTest::newRow("kinds of supply we do not create, silently")
-        << QByteArray("<c><t>4</t><s>A</s><u>-1</u></c>") << QStringList{};
+                       "by ':'; 00:00:00:00:00:00 is used",
+                       "loadDataSupply: supply B: IP address \"fe80::1\" is not an IPv4 address; "
+                       "10.0.0.0 is used"};
 }
 
 void tst_MapFile::hostileMapsRoundTrip()
@@ -648,10 +485,6 @@ void tst_MapFile::limitsRefuseTheFile_data()
     QTest::newRow("one level deeper") << "<map><l><s>1</s><n>" + repeated("<b>", deepest + 1) +
                                              "x" + repeated("</b>", deepest + 1) + "</n></l></map>"
                                       << "Elements are nested deeper than 32 levels.";
-    QTest::newRow("120,000 nested elements in a name")
-        << "<map><l><s>1</s><n>" + repeated("<b>", 120000) + repeated("</b>", 120000) +
-               "</n></l></map>"
-        << "Elements are nested deeper than 32 levels.";
     QTest::newRow("objects past the limit")
         << "<map>" + repeated("<l/>", MapFileFormat::kMaxObjects + 1) + "</map>"
         << "The map holds more than 65536 supplies, lights, groups and effects.";
@@ -676,20 +509,20 @@ void tst_MapFile::limitsRefuseTheFile()
 }
 
 // Saving replaces the file by renaming a new one over it: over anything but a regular file
-// that would replace the node itself.
-void tst_MapFile::saveOnlyOverRegularFiles_data()
+// that would replace the node itself, so it is refused. A save that fails (here: the disk is
+// full) leaves the old file as it was, and nothing beside it.
+void tst_MapFile::saveReplacesOnlyRegularFiles_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<bool>("saves");
-    QTest::newRow("regular file") << "file" << true;
     QTest::newRow("link to a regular file") << "link to file" << true;
     QTest::newRow("new file") << "nothing" << true;
+    QTest::newRow("full disk") << "full disk" << false;
     QTest::newRow("pipe") << "fifo" << false;
     QTest::newRow("link to a pipe") << "link to fifo" << false;
-    QTest::newRow("directory") << "directory" << false;
 }
 
-void tst_MapFile::saveOnlyOverRegularFiles()
+void tst_MapFile::saveReplacesOnlyRegularFiles()
 {
     QFETCH(QString, kind);
     QFETCH(bool, saves);
@@ -697,36 +530,50 @@ void tst_MapFile::saveOnlyOverRegularFiles()
     const QString target = dir.filePath(QStringLiteral("plan.map"));
     const QString file = dir.filePath(QStringLiteral("real.map"));
     const QString fifo = dir.filePath(QStringLiteral("pipe"));
-    QFile(file).open(QIODevice::WriteOnly);
+    const QByteArray original = "<map><l><s>1</s></l></map>\n";
+    QFile real(file);
+    QVERIFY(real.open(QIODevice::WriteOnly) && real.write(original) == original.size());
+    real.close();
     QCOMPARE(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
-    if (kind == QLatin1String("file"))
+    if (kind == QLatin1String("full disk"))
         QVERIFY(QFile::copy(file, target));
     else if (kind.startsWith(QLatin1String("link to")))
         QVERIFY(QFile::link(kind.endsWith(QLatin1String("file")) ? file : fifo, target));
     else if (kind == QLatin1String("fifo"))
         QCOMPARE(mkfifo(QFile::encodeName(target).constData(), 0600), 0);
-    else if (kind == QLatin1String("directory"))
-        QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("plan.map")));
 
     MapModel model;
-    MapBuild::light(model, 0, 0, 0, QStringLiteral("Light"), 7);
+    for (int i = 0; i < 2000; ++i) // a file of more than 16 KiB
+        MapBuild::light(model);
     const QFileInfo before(target);
-    QCOMPARE(model.saveToFile(target), saves);
+    struct rlimit previous;
+    QCOMPARE(getrlimit(RLIMIT_FSIZE, &previous), 0);
+    struct rlimit limit = previous;
+    if (kind == QLatin1String("full disk"))
+        limit.rlim_cur = 16 * 1024; // no file may grow past 16 KiB while we save
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const bool saved = model.saveToFile(target);
+    setrlimit(RLIMIT_FSIZE, &previous);
+    std::signal(SIGXFSZ, oldHandler);
+    QCOMPARE(saved, saves);
+    QCOMPARE(QFileInfo(target).isSymLink(), before.isSymLink()); // a link stays a link
     if (saves) {
         QVERIFY(model.saveError().isEmpty());
-        // A link stays a link; the file it names holds the map.
-        QCOMPARE(QFileInfo(target).isSymLink(), before.isSymLink());
         MapModel reloaded;
         QVERIFY(reloaded.loadFromFile(target));
-        QVERIFY(reloaded.light(7));
+        QCOMPARE(reloaded.lightCount(), 2000);
+    } else if (kind == QLatin1String("full disk")) {
+        QFile kept(target);
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), original);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
+                 QStringList({"plan.map", "real.map"}));
     } else {
         QCOMPARE(model.saveError(),
                  target + QStringLiteral(" exists and is not a regular file; a map is only saved "
                                          "as a regular file."));
-        const QFileInfo after(target);
-        QCOMPARE(after.isDir(), before.isDir());
-        QCOMPARE(after.isSymLink(), before.isSymLink());
-        QVERIFY(!after.isFile());
+        QVERIFY(!QFileInfo(target).isFile());
     }
 }
 

@@ -2,8 +2,8 @@
 #include "model/group.h"
 #include "model/light.h"
 #include "model/mapmodel.h"
+#include "support/mapbuild.h"
 
-#include <QMetaMethod>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -12,51 +12,12 @@ class tst_MapModel : public QObject
     Q_OBJECT
 
 private slots:
-    void signalsInDeclaredOrder();
     void newUidSkipsHeldUids();
-    void clearingAnEmptyModelStillReports();
-    void clearDeletesLightsThenGroups();
+    void clearDeletesLightsThenGroupsAndReports();
     void groupFollowsItsMembers();
-    void groupBoundsStartInverted();
     void removingALightLeavesNoDanglingMembership();
     void forgettingTheAddressKeepsOtherProperties();
-
-private:
-    static std::unique_ptr<Light> lightWithUid(quint64 uid)
-    {
-        auto l = std::make_unique<Light>();
-        l->setUid(uid);
-        return l;
-    }
-    static std::unique_ptr<Group> groupWithUid(quint64 uid, const QList<quint64> &members = {})
-    {
-        auto g = std::make_unique<Group>();
-        g->setUid(uid);
-        for (quint64 m : members)
-            g->appendChild(m);
-        return g;
-    }
 };
-
-void tst_MapModel::signalsInDeclaredOrder()
-{
-    // Other parts of the program rely on this order (moc spells quint64 as qulonglong).
-    const QString expected =
-        "msg(QString) newDataSupply(qulonglong) newGroup(qulonglong) newLight(qulonglong) "
-        "newImageFile(QString) updatedDataSupply(qulonglong) updatedLight(qulonglong) "
-        "updatedLightPosition(qulonglong) updatedLightProperties(qulonglong,QString,QString) "
-        "updatedLightProperty(qulonglong,QString,QString) updatedGroup(qulonglong) "
-        "deletedGroup(qulonglong) deletedLight(qulonglong) clearedMap() propertiesCompiled() "
-        "discoveredDataSupply(DataSupply*) progressStarted(int,int,QString) progressUpdated(int) "
-        "progressTextChanged(QString)";
-    const QMetaObject &mo = MapModel::staticMetaObject;
-    QStringList actual;
-    for (int i = mo.methodOffset(); i < mo.methodCount(); ++i) {
-        if (mo.method(i).methodType() == QMetaMethod::Signal)
-            actual << QString::fromLatin1(mo.method(i).methodSignature());
-    }
-    QCOMPARE(actual.join(QLatin1Char(' ')), expected);
-}
 
 void tst_MapModel::newUidSkipsHeldUids()
 {
@@ -66,11 +27,9 @@ void tst_MapModel::newUidSkipsHeldUids()
 
     // Occupy the next values with one object of each kind: the allocator must step over all.
     const quint64 base = model.newUid();
-    auto supply = std::make_unique<DataSupply>(2);
-    supply->setUid(base + 1);
-    QVERIFY(model.addDataSupply(std::move(supply)));
-    QVERIFY(model.addLight(lightWithUid(base + 2)));
-    QVERIFY(model.addGroup(groupWithUid(base + 3)));
+    QVERIFY(MapBuild::supply(model, "S", base + 1));
+    QVERIFY(MapBuild::light(model, 0, 0, 0, "L", base + 2));
+    QVERIFY(MapBuild::group(model, "G", {}, base + 3));
     QCOMPARE(model.newUid(), base + 4);
 
     // A second model shares the process-wide counter: uids never repeat within a run.
@@ -78,26 +37,13 @@ void tst_MapModel::newUidSkipsHeldUids()
     QCOMPARE(other.newUid(), base + 5);
 }
 
-void tst_MapModel::clearingAnEmptyModelStillReports()
-{
-    MapModel model;
-    QSignalSpy started(&model, &MapModel::progressStarted);
-    QSignalSpy cleared(&model, &MapModel::clearedMap);
-    model.clear();
-    QCOMPARE(started.count(), 1);
-    QCOMPARE(started.at(0).at(2).toString(), QStringLiteral("Clearing Map..."));
-    QCOMPARE(cleared.count(), 1);
-}
-
-void tst_MapModel::clearDeletesLightsThenGroups()
+void tst_MapModel::clearDeletesLightsThenGroupsAndReports()
 {
     MapModel model;
     for (quint64 uid = 1; uid <= 3; ++uid)
-        QVERIFY(model.addLight(lightWithUid(uid)));
-    QVERIFY(model.addGroup(groupWithUid(10, {1, 2})));
-    auto supply = std::make_unique<DataSupply>(2);
-    supply->setUid(20);
-    QVERIFY(model.addDataSupply(std::move(supply)));
+        QVERIFY(MapBuild::light(model, 0, 0, 0, "L", uid));
+    QVERIFY(MapBuild::group(model, "G", {1, 2}, 10));
+    QVERIFY(MapBuild::supply(model, "S", 20));
 
     QStringList events;
     connect(&model, &MapModel::deletedLight, this,
@@ -116,16 +62,21 @@ void tst_MapModel::clearDeletesLightsThenGroups()
     QCOMPARE(progress.last().at(0).toInt(), 5);
     QVERIFY(model.isEmpty());
     QVERIFY(!model.light(1));
+    // Clearing an empty map still reports, so a progress display always closes.
+    QSignalSpy started(&model, &MapModel::progressStarted);
+    model.clear();
+    QCOMPARE(started.at(0).at(2).toString(), QStringLiteral("Clearing Map..."));
+    QCOMPARE(events.size(), 6);
 }
 
 void tst_MapModel::groupFollowsItsMembers()
 {
     MapModel model;
-    QVERIFY(model.addLight(lightWithUid(1)));
+    QVERIFY(MapBuild::light(model, 0, 0, 0, "L", 1));
     // Group added after one member and before the other: both must be followed.
-    QVERIFY(model.addGroup(groupWithUid(10, {1, 2})));
-    QVERIFY(model.addLight(lightWithUid(2)));
-    QVERIFY(model.addLight(lightWithUid(3)));
+    QVERIFY(MapBuild::group(model, "G", {1, 2}, 10));
+    QVERIFY(MapBuild::light(model, 0, 0, 0, "L", 2));
+    QVERIFY(MapBuild::light(model, 0, 0, 0, "L", 3));
 
     QSignalSpy groupUpdates(&model, &MapModel::updatedGroup);
     model.light(1)->setName("renamed");
@@ -145,39 +96,13 @@ void tst_MapModel::groupFollowsItsMembers()
     QCOMPARE(groupUpdates.count(), 0);
 }
 
-void tst_MapModel::groupBoundsStartInverted()
-{
-    // Bounds start inverted, so that the first light included sets them; a member that is
-    // not a light of the map counts for nothing.
-    Group group;
-    QVERIFY(!group.hasBounds());
-    group.includeInBounds(-5, 7);
-    QCOMPARE(group.bounds(), QRectF(QPointF(-5, 7), QPointF(-5, 7)));
-
-    MapModel model;
-    auto a = lightWithUid(1);
-    a->setPosition(12, 24, 0);
-    auto b = lightWithUid(2);
-    b->setPosition(-36, 48, 0);
-    model.addLight(std::move(a));
-    model.addLight(std::move(b));
-    model.addGroup(groupWithUid(10, {1, 2, 999}));
-    QCOMPARE(model.groupBounds(10), QRectF(QPointF(-36, 24), QPointF(12, 48)));
-}
-
 void tst_MapModel::removingALightLeavesNoDanglingMembership()
 {
     MapModel model;
-    auto supply = std::make_unique<DataSupply>(2);
-    supply->setUid(20);
-    supply->addLight(1);
-    supply->addLight(2);
-    model.addDataSupply(std::move(supply));
-    auto light = lightWithUid(1);
-    light->setDataSupply(20);
-    model.addLight(std::move(light));
-    model.addLight(lightWithUid(2));
-    model.addGroup(groupWithUid(10, {1, 2}));
+    MapBuild::supply(model, "S", 20);
+    MapBuild::light(model, 20, 0, 0, "L", 1);
+    MapBuild::light(model, 20, 0, 0, "L", 2);
+    MapBuild::group(model, "G", {1, 2}, 10);
 
     QSignalSpy deleted(&model, &MapModel::deletedLight);
     QVERIFY(model.removeLight(1));
@@ -204,9 +129,8 @@ void tst_MapModel::forgettingTheAddressKeepsOtherProperties()
     supply.forgetAddressData();
 
     QVERIFY(supply.ipText().isEmpty());
-    QCOMPARE(
-        supply.deviceProperties().keys(),
-        (QList<QString>{QStringLiteral("FIRMWARE_VERSION"), QStringLiteral("IPV4_SUBNET_MASK")}));
+    QCOMPARE(QStringList(supply.deviceProperties().keys()),
+             QStringList({"FIRMWARE_VERSION", "IPV4_SUBNET_MASK"}));
     QCOMPARE(dropped.count(), 3);
     for (const QList<QVariant> &args : qAsConst(dropped)) {
         QCOMPARE(args.at(0).toULongLong(), quint64(7));

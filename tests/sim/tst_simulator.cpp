@@ -2,59 +2,51 @@
 #include "sim/simulator.h"
 
 #include "net/vistrarequests.h"
-#include "sim/simresponder.h"
 #include "support/netnamespace.h"
 
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
 #include <QProcess>
 #include <QSet>
-#include <QSignalSpy>
 #include <QUdpSocket>
 #include <QtTest>
 
 #include <memory>
 
-// The simulator on real sockets, in a network namespace of the test's own: what the sockets
-// add to the responder (tst_simresponder pins the bytes): which supply answers, from which
-// address, and the drops, duplicates and delays of the fault plan.
+// The simulator on real sockets, in a namespace of the test's own: what they add to the
+// responder (its bytes: tst_simresponder): who answers, from where, and the fault plan.
 class tst_Simulator : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void unicastReachesOneSupply();
-    void outputIsRecorded();
-    void broadcastOutputByUniverse();
-    void dropsTheConfiguredShare();
-    void duplicatesAndDelays();
+    void broadcasts_data();
+    void broadcasts();
+    void faultPlan_data();
+    void faultPlan();
     void bindFailureIsReported();
-    void loopbackInstallationIgnoresOtherSenders();
-    void givenAddresses();
+    void addressesOffLoopback();
 };
 
 namespace {
 
-// A plain client socket that collects every datagram it receives.
 class Client
 {
 public:
     explicit Client(const QHostAddress &address = QHostAddress::LocalHost)
     {
-        m_bound = m_socket.bind(address, 0);
+        m_socket.bind(address, 0);
         QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] {
             while (m_socket.hasPendingDatagrams())
                 received << m_socket.receiveDatagram();
         });
     }
 
-    bool isBound() const { return m_bound; }
     bool send(const QByteArray &datagram, const QString &to)
     {
         return m_socket.writeDatagram(datagram, QHostAddress(to), 6038) == datagram.size();
     }
-    // Discover ports, sent to the supply it names.
     bool askPorts(const QString &supply)
     {
         return send(VistraRequests::discoverPorts(QHostAddress(supply).toIPv4Address()), supply);
@@ -64,7 +56,6 @@ public:
 
 private:
     QUdpSocket m_socket;
-    bool m_bound = false;
 };
 
 std::unique_ptr<Simulator> startSimulator(const SimInstallation &installation)
@@ -78,21 +69,7 @@ std::unique_ptr<Simulator> startSimulator(const SimInstallation &installation)
     return simulator;
 }
 
-QByteArray portOut(quint8 port, const QByteArray &data, quint32 universe = 0xFFFFFFFF,
-                   quint16 flags = 0)
-{
-    return VistraRequests::portOut(universe, port, flags, 0,
-                                   reinterpret_cast<const uchar *>(data.constData()), data.size());
-}
-
 const QByteArray kDiscover = VistraRequests::discover(0x0A0101DE);
-
-SimInstallation withFaults(double drop, double duplicate, double delay, int delayMs)
-{
-    SimInstallation installation = SimInstallation::builtIn();
-    installation.faults = SimFaults{drop, duplicate, delay, delayMs, 7};
-    return installation;
-}
 
 bool runIp(const QStringList &arguments)
 {
@@ -106,110 +83,75 @@ void tst_Simulator::initTestCase()
     ORRERY_ENTER_OWN_NETNS_OR_SKIP();
 }
 
-void tst_Simulator::unicastReachesOneSupply()
+// Broadcast live output reaches the supplies on its universe, as sorted events: "request
+// SUPPLY" (-1: the broadcast socket), "frame SUPPLY:PORT" (each holding the datagram).
+void tst_Simulator::broadcasts_data()
 {
-    auto simulator = startSimulator(SimInstallation::builtIn());
-    QVERIFY(simulator);
-    QSignalSpy requests(simulator.get(), &Simulator::requestReceived);
-    Client client;
-    QVERIFY(client.askPorts(QStringLiteral("127.0.1.3")));
-    QTRY_COMPARE(client.received.size(), 1);
-    const QNetworkDatagram reply = client.received.first();
-    QCOMPARE(reply.senderAddress().toIPv4Address(), QHostAddress("127.0.1.3").toIPv4Address());
-    QCOMPARE(reply.data(),
-             SimResponder::discoverPortsReply(SimInstallation::builtIn().supplies.at(2)));
-    // Handled by the one supply only; the reply count is final once the reply is in.
-    QCOMPARE(requests.size(), 1);
-    QCOMPARE(requests.first().at(0).toInt(), 2);
-    QCOMPARE(simulator->stats().replies, quint64(1));
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QStringList>("events");
+    const QByteArray frame(512, '\x11');
+    const auto *data = reinterpret_cast<const uchar *>(frame.constData());
+    QTest::newRow("port out to universe 2")
+        << VistraRequests::portOut(2, 1, 0, 0, data, 512) << QStringList{"frame 2:1", "request -1"};
+    QTest::newRow("port out to any universe")
+        << VistraRequests::portOut(0xFFFFFFFF, 1, 0, 0, data, 512)
+        << QStringList{"frame 0:1", "frame 1:1", "frame 2:1", "frame 3:1", "request -1"};
 }
 
-void tst_Simulator::outputIsRecorded()
+void tst_Simulator::broadcasts()
 {
+    QFETCH(QByteArray, request);
+    QFETCH(QStringList, events);
     auto simulator = startSimulator(SimInstallation::builtIn());
     QVERIFY(simulator);
-    SimOutput *output = simulator->output();
-    QSignalSpy frames(output, &SimOutput::frameRecorded);
+    QStringList seen;
+    connect(simulator.get(), &Simulator::requestReceived, this,
+            [&](int supply) { seen << QStringLiteral("request %1").arg(supply); });
+    connect(simulator->output(), &SimOutput::frameRecorded, this, [&](int supply, quint8 port) {
+        seen << QStringLiteral("frame %1:%2").arg(supply).arg(port);
+        QCOMPARE(simulator->output()->lastFrame(supply, port).last.datagram, request);
+    });
     Client client;
-    const QByteArray first(512, '\x11');
-    const QByteArray second = QByteArray::fromHex("ff0000") + QByteArray(509, '\0');
-    QVERIFY(client.send(portOut(2, first, 0xFFFFFFFF, 0x30), QStringLiteral("127.0.1.3")));
-    QVERIFY(client.send(portOut(2, second), QStringLiteral("127.0.1.3")));
-    QVERIFY(client.send(
-        VistraRequests::dmxOut(0, 0, reinterpret_cast<const uchar *>(first.data()), 512),
-        QStringLiteral("127.0.1.1")));
-    QTRY_COMPARE(frames.size(), 3);
-    // The supplies' sockets are served in no fixed order; each one's frames arrive in order.
-    QCOMPARE(frames.count(QList<QVariant>{2, 2}), 2);
-    QCOMPARE(frames.count(QList<QVariant>{0, 0}), 1);
-    const SimOutput::Record port = output->lastFrame(2, 2);
-    QCOMPARE(port.count, quint64(2));
-    QCOMPARE(port.last.data, second);
-    QCOMPARE(port.last.flags, quint16(0));
-    QCOMPARE(output->lastFrame(2, 1).count, quint64(0));
-    // A DMX-out frame drives the whole of a version-1 supply.
-    QCOMPARE(output->lastFrame(0, 0).last.kind, SimFrame::Kind::DmxOut);
-    QCOMPARE(output->channels(0, 1), first);
-    QCOMPARE(simulator->stats().replies, quint64(0));
+    QVERIFY(client.send(request, QStringLiteral("127.255.255.255")));
+    QTRY_COMPARE(seen.size(), events.size());
+    seen.sort();
+    QCOMPARE(seen, events);
 }
 
-void tst_Simulator::broadcastOutputByUniverse()
+void tst_Simulator::faultPlan_data()
 {
-    auto simulator = startSimulator(SimInstallation::builtIn());
-    QVERIFY(simulator);
-    QSignalSpy frames(simulator->output(), &SimOutput::frameRecorded);
-    Client client;
-    QVERIFY(client.send(portOut(1, QByteArray(512, '\x22'), 2), QStringLiteral("127.255.255.255")));
-    QTRY_COMPARE(frames.size(), 1);
-    QCOMPARE(frames.first(), (QList<QVariant>{2, 1})); // supply three is on universe 2
-    QVERIFY(client.send(portOut(1, QByteArray(512, '\x33')), QStringLiteral("127.255.255.255")));
-    QTRY_COMPARE(frames.size(), 5); // 0xFFFFFFFF reaches every supply
+    QTest::addColumn<double>("drop");
+    QTest::addColumn<double>("duplicate");
+    QTest::addColumn<int>("delayMs");
+    QTest::addColumn<int>("replies");
+    QTest::newRow("dropped") << 1.0 << 0.0 << 0 << 0;
+    QTest::newRow("duplicated") << 0.0 << 1.0 << 0 << 2;
+    QTest::newRow("delayed") << 0.0 << 0.0 << 150 << 1;
 }
 
-// With a share of drops the replies that arrive are exactly those the seeded plan lets
-// through, and roughly the configured share is missing.
-void tst_Simulator::dropsTheConfiguredShare()
+// A reply's fate as the plan draws it (its shares: tst_simresponder): a dropped one never
+// arrives, a duplicate arrives twice, a delayed one late.
+void tst_Simulator::faultPlan()
 {
-    const SimInstallation installation = withFaults(0.3, 0, 0, 0);
+    QFETCH(double, drop);
+    QFETCH(double, duplicate);
+    QFETCH(int, delayMs);
+    QFETCH(int, replies);
+    SimInstallation installation = SimInstallation::builtIn();
+    installation.faults = SimFaults{drop, duplicate, delayMs > 0 ? 1.0 : 0.0, delayMs, 7};
     auto simulator = startSimulator(installation);
     QVERIFY(simulator);
     Client client;
-    const int requests = 300;
-    // In bursts small enough for the socket's receive buffer.
-    for (int i = 0; i < requests; ++i) {
-        const quint32 serial = 0x10310101u + quint32(i % 50);
-        QVERIFY(client.send(VistraRequests::blinkEERead(serial, 65), QStringLiteral("127.0.1.2")));
-        if (i % 50 == 49)
-            QTRY_COMPARE(simulator->stats().requests, quint64(i + 1));
-    }
-    SimFaultPlan replay(installation.faults);
-    int expected = 0;
-    for (int i = 0; i < requests; ++i)
-        expected += !replay.next().drop;
-    QTRY_COMPARE(client.received.size(), expected);
-    QCOMPARE(simulator->stats().dropped, quint64(requests - expected));
-    QVERIFY2(qAbs((requests - expected) - 0.3 * requests) < 0.08 * requests,
-             qPrintable(QString::number(requests - expected)));
-}
-
-void tst_Simulator::duplicatesAndDelays()
-{
-    auto simulator = startSimulator(withFaults(0, 1, 0, 0));
-    QVERIFY(simulator);
-    Client client;
-    QVERIFY(client.askPorts(QStringLiteral("127.0.1.2")));
-    QTRY_COMPARE(client.received.size(), 2);
-    QCOMPARE(client.received.at(0).data(), client.received.at(1).data());
-
-    simulator = startSimulator(withFaults(0, 0, 1, 150));
-    QVERIFY(simulator);
-    Client late;
     QElapsedTimer clock;
     clock.start();
-    QVERIFY(late.askPorts(QStringLiteral("127.0.1.2")));
-    QTRY_COMPARE(late.received.size(), 1);
-    QVERIFY2(clock.elapsed() >= 150, qPrintable(QString::number(clock.elapsed())));
-    QCOMPARE(simulator->stats().delayed, quint64(1));
+    QVERIFY(client.askPorts(QStringLiteral("127.0.1.2")));
+    QTRY_COMPARE(simulator->stats().requests, quint64(1));
+    QTRY_COMPARE(client.received.size(), replies);
+    QVERIFY2(clock.elapsed() >= delayMs, qPrintable(QString::number(clock.elapsed())));
+    QCOMPARE(simulator->stats().dropped, quint64(drop > 0));
+    QCOMPARE(simulator->stats().delayed, quint64(delayMs > 0));
+    for (const QNetworkDatagram &reply : client.received)
+        QCOMPARE(reply.data(), client.received.first().data());
 }
 
 void tst_Simulator::bindFailureIsReported()
@@ -229,26 +171,10 @@ void tst_Simulator::bindFailureIsReported()
     QTRY_COMPARE(client.received.size(), 1);
 }
 
-// An installation on loopback never answers anyone off loopback, even on the same host.
-void tst_Simulator::loopbackInstallationIgnoresOtherSenders()
-{
-    if (!runIp({"addr", "add", "10.77.1.1/32", "dev", "lo"}))
-        QSKIP("cannot add an address to the test namespace's loopback");
-    auto simulator = startSimulator(SimInstallation::builtIn());
-    QVERIFY(simulator);
-    Client stranger(QHostAddress(QStringLiteral("10.77.1.1")));
-    QVERIFY(stranger.isBound());
-    QVERIFY(stranger.askPorts(QStringLiteral("127.0.1.1")));
-    QVERIFY(stranger.send(kDiscover, QStringLiteral("127.255.255.255")));
-    QTRY_COMPARE(simulator->stats().requests, quint64(2));
-    QCOMPARE(simulator->stats().ignored, quint64(2));
-    QCOMPARE(simulator->stats().replies, quint64(0));
-    QVERIFY(stranger.received.isEmpty());
-}
-
 // Supplies on addresses from the configuration (as across a veth pair) bind those addresses
-// and answer a directed broadcast of that network.
-void tst_Simulator::givenAddresses()
+// and answer a directed broadcast of that network; an installation on loopback never answers
+// anyone off loopback, even on the same host.
+void tst_Simulator::addressesOffLoopback()
 {
     if (!runIp({"addr", "add", "10.77.2.20/24", "brd", "+", "dev", "lo"}) ||
         !runIp({"addr", "add", "10.77.2.21/24", "dev", "lo"}) ||
@@ -270,6 +196,16 @@ void tst_Simulator::givenAddresses()
     for (const QNetworkDatagram &reply : client.received)
         senders.insert(QHostAddress(reply.senderAddress().toIPv4Address()).toString());
     QCOMPARE(senders, (QSet<QString>{"10.77.2.20", "10.77.2.21"}));
+
+    simulator = startSimulator(SimInstallation::builtIn());
+    QVERIFY(simulator);
+    Client stranger(QHostAddress(QStringLiteral("10.77.2.1")));
+    QVERIFY(stranger.askPorts(QStringLiteral("127.0.1.1")));
+    QVERIFY(stranger.send(kDiscover, QStringLiteral("127.255.255.255")));
+    QTRY_COMPARE(simulator->stats().requests, quint64(2));
+    QCOMPARE(simulator->stats().ignored, quint64(2));
+    QCOMPARE(simulator->stats().replies, quint64(0));
+    QVERIFY(stranger.received.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_Simulator)
