@@ -25,21 +25,10 @@ public:
     QQueue<QString> fileAnswers;
     QQueue<QMessageBox::StandardButton> messageAnswers;
     QQueue<std::optional<QString>> itemAnswers;
-    QQueue<std::optional<int>> intAnswers;
     // Each runs in place of one dialog's exec(): it may fill in the widgets and must return
     // the dialog's result (typically by pressing its buttons and returning result()).
     QQueue<std::function<int(QDialog &)>> dialogScripts;
     QList<Asked> asked;
-
-    QList<Asked> messages() const
-    {
-        QList<Asked> result;
-        for (const Asked &a : asked) {
-            if (a.kind == QLatin1String("message"))
-                result.append(a);
-        }
-        return result;
-    }
 
     // The messages shown, one "icon|title|text" line each.
     QStringList shownMessages() const
@@ -47,9 +36,11 @@ public:
         static const char *const icons[] = {"none", "information", "warning", "critical",
                                             "question"};
         QStringList lines;
-        for (const Asked &a : messages())
-            lines << QLatin1String(icons[a.icon]) + QLatin1Char('|') + a.title + QLatin1Char('|') +
-                         a.text;
+        for (const Asked &a : asked) {
+            if (a.kind == QLatin1String("message"))
+                lines << QLatin1String(icons[a.icon]) + QLatin1Char('|') + a.title +
+                             QLatin1Char('|') + a.text;
+        }
         return lines;
     }
 
@@ -84,7 +75,7 @@ public:
                                  int) override
     {
         asked.append({QStringLiteral("int"), title, label, QString()});
-        return intAnswers.isEmpty() ? std::nullopt : intAnswers.dequeue();
+        return std::nullopt;
     }
     void showAbout(QWidget *, const QString &versionText) override
     {

@@ -20,9 +20,7 @@ public:
     {
         QSettings settings;
         settings.clear();
-        settings.sync();
     }
-    QString path() const { return m_dir.path(); }
 
 private:
     QTemporaryDir m_dir;

@@ -4,6 +4,8 @@
 #include "model/light.h"
 #include "model/mapmodel.h"
 #include "model/undomanager.h"
+#include "support/mapbuild.h"
+#include "ui/animationtemplate.h"
 #include "ui/layoutgeometry.h"
 #include "ui/layoutview.h"
 #include "ui/layoutviewlight.h"
@@ -13,10 +15,10 @@
 #include <QMenu>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTimer>
 #include <QtTest>
 
-// The canvas driven as a user drives it: mouse, keys and wheel on the real view, offscreen.
+// The canvas driven as a user drives it: mouse, keys and wheel on the real view, offscreen;
+// and the animation template made from its layout.
 // Lights 1..6 stand in a row at (24, 24), (48, 24), ... (144, 24); light 7 at (24, 96).
 class tst_LayoutView : public QObject
 {
@@ -25,38 +27,24 @@ class tst_LayoutView : public QObject
 private slots:
     void init();
     void cleanup();
-    void snapRule_data();
-    void snapRule();
     void clicks_data();
     void clicks();
-    void ctrlBandToggles();
     void dragThenUndoThenRedo();
-    void slowDragMovesAsFarAsAFastOne();
     void commitRefusals_data();
     void commitRefusals();
-    void rotatingOneLightKeepsItInPlace();
-    void flipAtNegativeCoordinatesMirrorsToZero();
     void wheel_data();
     void wheel();
     void deleteAnsweredNoOrCancelledHalfway_data();
     void deleteAnsweredNoOrCancelledHalfway();
     void strokeOrdersTheNewGroupAlongTheLine();
-    void undoAndRedoGoNewestFirst();
+    void undoSkipsADeletedLightAndANewGestureDropsRedo();
+    void animationTemplate_data();
+    void animationTemplate();
 
 private:
     QPoint at(quint64 uid) const
     {
         return m_view->mapFromScene(m_model->light(uid)->x(), m_model->light(uid)->y());
-    }
-    void click(quint64 uid, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-    {
-        QTest::mouseClick(m_view->viewport(), Qt::LeftButton, modifiers, at(uid));
-    }
-    QList<quint64> sortedSelection() const
-    {
-        QList<quint64> s = m_view->selection();
-        std::sort(s.begin(), s.end());
-        return s;
     }
 
     std::unique_ptr<MapModel> m_model;
@@ -71,12 +59,8 @@ void tst_LayoutView::init()
 {
     initUiResources();
     m_model = std::make_unique<MapModel>();
-    for (quint64 uid = 1; uid <= 7; ++uid) {
-        auto light = std::make_unique<Light>();
-        light->setUid(uid);
-        light->setPosition(uid == 7 ? 24 : 24.0 * uid, uid == 7 ? 96 : 24, 0);
-        m_model->addLight(std::move(light));
-    }
+    for (quint64 uid = 1; uid <= 7; ++uid)
+        MapBuild::lightAt(*m_model, uid == 7 ? 24 : 24.0 * uid, uid == 7 ? 96 : 24, uid);
     m_effect = std::make_unique<SelectionEffect>(m_model.get());
     m_scene = std::make_unique<QGraphicsScene>();
     m_prompts = std::make_unique<ScriptedPrompts>();
@@ -103,140 +87,112 @@ void tst_LayoutView::cleanup()
     m_model.reset();
 }
 
-void tst_LayoutView::snapRule_data()
-{
-    QTest::addColumn<double>("coordinate");
-    QTest::addColumn<int>("snapped");
-    QTest::newRow("-5") << -5.0 << 0;
-    QTest::newRow("-7: a negative remainder goes toward zero") << -7.0 << 0;
-    QTest::newRow("17") << 17.0 << 12;
-    QTest::newRow("18") << 18.0 << 24;
-    QTest::newRow("35.9 truncates first") << 35.9 << 36;
-}
-
-void tst_LayoutView::snapRule()
-{
-    QFETCH(double, coordinate);
-    QFETCH(int, snapped);
-    QCOMPARE(LayoutGeometry::snap(coordinate, 12), snapped);
-}
-
-// Selection before, the click (light 0 = empty canvas, modifier), the selection after.
+// Selection before, the click (on a light, on empty canvas, or a band dragged from empty
+// canvas around lights 2 and 3) with its modifier, the selection after.
 void tst_LayoutView::clicks_data()
 {
     QTest::addColumn<QList<quint64>>("before");
-    QTest::addColumn<quint64>("light");
+    QTest::addColumn<QString>("on");
     QTest::addColumn<int>("modifiers");
     QTest::addColumn<QList<quint64>>("after");
-
     using L = QList<quint64>;
-    QTest::newRow("click selects only it") << L{1, 2} << quint64(3) << 0 << L{3};
-    QTest::newRow("click on a selected light keeps all") << L{1, 2} << quint64(2) << 0 << L{1, 2};
-    QTest::newRow("ctrl-click adds") << L{1} << quint64(3) << int(Qt::ControlModifier) << L{1, 3};
-    QTest::newRow("ctrl-click on a selected light drops it")
-        << L{1, 2} << quint64(2) << int(Qt::ControlModifier) << L{1};
+    const int ctrl = Qt::ControlModifier;
+    QTest::newRow("click selects only it") << L{1, 2} << "3" << 0 << L{3};
+    QTest::newRow("click on a selected light keeps all") << L{1, 2} << "2" << 0 << L{1, 2};
+    QTest::newRow("ctrl-click adds") << L{1} << "3" << ctrl << L{1, 3};
+    QTest::newRow("ctrl-click on a selected light drops it") << L{1, 2} << "2" << ctrl << L{1};
     QTest::newRow("shift-click on a selected light keeps it")
-        << L{1, 2} << quint64(2) << int(Qt::ShiftModifier) << L{1, 2};
-    QTest::newRow("click on the canvas clears") << L{1, 2} << quint64(0) << 0 << L{};
-    QTest::newRow("ctrl-click on the canvas keeps")
-        << L{1, 2} << quint64(0) << int(Qt::ControlModifier) << L{1, 2};
+        << L{1, 2} << "2" << int(Qt::ShiftModifier) << L{1, 2};
+    QTest::newRow("click on the canvas clears") << L{1, 2} << "canvas" << 0 << L{};
+    QTest::newRow("ctrl-click on the canvas keeps") << L{1, 2} << "canvas" << ctrl << L{1, 2};
+    QTest::newRow("a ctrl band toggles what it covers") << L{1, 2} << "band" << ctrl << L{1, 3};
 }
 
 void tst_LayoutView::clicks()
 {
     QFETCH(QList<quint64>, before);
-    QFETCH(quint64, light);
+    QFETCH(QString, on);
     QFETCH(int, modifiers);
     QFETCH(QList<quint64>, after);
+    const auto keys = Qt::KeyboardModifiers(modifiers);
     for (const quint64 uid : before)
         m_view->selectLight(uid, true);
-    if (light)
-        click(light, Qt::KeyboardModifiers(modifiers));
-    else
-        QTest::mouseClick(m_view->viewport(), Qt::LeftButton, Qt::KeyboardModifiers(modifiers),
-                          m_view->mapFromScene(300, 300));
-    QCOMPARE(sortedSelection(), after);
-    // The selection effect (what lights up in the room) follows, and the items show it.
+    if (on == QLatin1String("band")) {
+        const QPoint to = m_view->mapFromScene(80, 40);
+        QTest::mousePress(m_view->viewport(), Qt::LeftButton, keys, m_view->mapFromScene(40, 10));
+        QMouseEvent move(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton, keys);
+        QCoreApplication::sendEvent(m_view->viewport(), &move);
+        QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, keys, to);
+    } else {
+        QTest::mouseClick(m_view->viewport(), Qt::LeftButton, keys,
+                          on == QLatin1String("canvas") ? m_view->mapFromScene(300, 300)
+                                                        : at(on.toULongLong()));
+    }
+    // The selection, and the selection effect (what lights up in the room) with it.
+    QList<quint64> chosen = m_view->selection();
     QList<quint64> lit = m_effect->selectedLights();
+    std::sort(chosen.begin(), chosen.end());
     std::sort(lit.begin(), lit.end());
+    QCOMPARE(chosen, after);
     QCOMPARE(lit, after);
-    for (quint64 uid = 1; uid <= 7; ++uid)
-        QCOMPARE(m_view->itemFor(uid)->isLightSelected(), after.contains(uid));
 }
 
-void tst_LayoutView::ctrlBandToggles()
-{
-    m_view->selectLight(1, true);
-    m_view->selectLight(2, true);
-    // A band around lights 2 and 3, from empty canvas, with Ctrl: 2 goes, 3 comes.
-    const QPoint from = m_view->mapFromScene(40, 10);
-    const QPoint to = m_view->mapFromScene(80, 40);
-    QTest::mousePress(m_view->viewport(), Qt::LeftButton, Qt::ControlModifier, from);
-    QMouseEvent move(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton, Qt::ControlModifier);
-    QCoreApplication::sendEvent(m_view->viewport(), &move);
-    QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, Qt::ControlModifier, to);
-    QCOMPARE(sortedSelection(), (QList<quint64>{1, 3}));
-}
-
+// A slow drag of two lights by (30, 5) in steps of 2, none reaching half a grid step: the
+// steps add up, and each coordinate snaps to the 12 grid (54 -> 60, 29 -> 24; a negative
+// remainder goes toward zero, a fraction is cut first). One gesture, one undo step; undo and
+// redo move the items with the model.
 void tst_LayoutView::dragThenUndoThenRedo()
 {
-    QSignalSpy undoEnabled(m_undo.get(), &UndoManager::undoEnabled);
     QSignalSpy dirty(m_view.get(), &LayoutView::setDirty);
     m_view->selectLight(1, true);
     m_view->selectLight(7, true);
-    const QPoint from = at(1);
-    QTest::mousePress(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, from);
-    const QPoint to = m_view->mapFromScene(24 + 30, 24 + 5);
-    QMouseEvent move(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(m_view->viewport(), &move);
-    QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, to);
-
-    // Both move by (30, 5), each coordinate snapped to the 12 grid (54 -> 60, 29 -> 24).
-    QCOMPARE(QPointF(m_model->light(1)->x(), m_model->light(1)->y()), QPointF(60, 24));
-    QCOMPARE(QPointF(m_model->light(7)->x(), m_model->light(7)->y()), QPointF(60, 96));
-    QVERIFY(!dirty.isEmpty());
-    QCOMPARE(m_undo->undoCount(), 1); // one gesture, one list
-    QCOMPARE(undoEnabled.last().at(0).toBool(), true);
-
-    m_undo->undo();
-    QCOMPARE(QPointF(m_model->light(1)->x(), m_model->light(1)->y()), QPointF(24, 24));
-    QCOMPARE(m_view->itemFor(7)->pos(), QPointF(24, 96));
-    QVERIFY(!m_undo->canUndo());
-    QVERIFY(m_undo->canRedo());
-    m_undo->redo();
-    QCOMPARE(QPointF(m_model->light(7)->x(), m_model->light(7)->y()), QPointF(60, 96));
-    QCOMPARE(m_view->itemFor(1)->pos(), QPointF(60, 24));
-}
-
-void tst_LayoutView::slowDragMovesAsFarAsAFastOne()
-{
-    m_view->selectLight(7, true);
-    QTest::mousePress(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, at(7));
-    // 24 units right in steps of 2: no single step reaches half a grid step.
+    QTest::mousePress(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, at(1));
     QPoint to;
-    for (int dx = 2; dx <= 24; dx += 2) {
-        to = m_view->mapFromScene(24 + dx, 96);
+    for (int dx = 2; dx <= 30; dx += 2) {
+        to = m_view->mapFromScene(24 + dx, dx < 30 ? 24 : 29);
         QMouseEvent move(QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(m_view->viewport(), &move);
     }
     QTest::mouseRelease(m_view->viewport(), Qt::LeftButton, Qt::NoModifier, to);
-    QCOMPARE(m_model->light(7)->x(), 48.0);
+    const auto position = [this](quint64 uid) {
+        return QPointF(m_model->light(uid)->x(), m_model->light(uid)->y());
+    };
+    QCOMPARE(position(1), QPointF(60, 24));
+    QCOMPARE(position(7), QPointF(60, 96));
+    QCOMPARE(QPoint(LayoutGeometry::snap(-7, 12), LayoutGeometry::snap(35.9, 12)), QPoint(0, 36));
+    QVERIFY(!dirty.isEmpty());
+    QCOMPARE(m_undo->undoCount(), 1);
+    m_undo->undo();
+    QCOMPARE(position(1), QPointF(24, 24));
+    QCOMPARE(m_view->itemFor(7)->pos(), QPointF(24, 96));
+    m_undo->redo();
+    QCOMPARE(position(7), QPointF(60, 96));
+    QCOMPARE(m_view->itemFor(1)->pos(), QPointF(60, 24));
 }
 
-// A turn or flip that would put a light on another or off the canvas moves nothing.
+// A turn or flip that would put a light on another or off the canvas moves nothing; one light
+// turns about itself, in place, with nothing to undo. Light 1, where it starts and ends.
 void tst_LayoutView::commitRefusals_data()
 {
     QTest::addColumn<QList<quint64>>("chosen");
     QTest::addColumn<QString>("gesture");
     QTest::addColumn<bool>("committed");
-
+    QTest::addColumn<QPointF>("from");
+    QTest::addColumn<QPointF>("to");
     using L = QList<quint64>;
+    const QPointF home(24, 24);
     // 2, 4 and 7 turn about (60, 60): 7 lands on light 1 at (24, 24).
-    QTest::newRow("turn onto another light") << L{2, 4, 7} << "cw" << false;
+    QTest::newRow("turn onto another light") << L{2, 4, 7} << "cw" << false << home << home;
     // 1 and 5 turn about (72, 24): 1 lands at (72, -24).
-    QTest::newRow("turn off the canvas top") << L{1, 5} << "cw" << false;
-    QTest::newRow("turn into free space") << L{5, 6} << "ccw" << true;
-    QTest::newRow("flip a row in place") << L{1, 2, 3} << "flipx" << true;
+    QTest::newRow("turn off the canvas top") << L{1, 5} << "cw" << false << home << home;
+    QTest::newRow("turn into free space") << L{5, 6} << "ccw" << true << home << home;
+    QTest::newRow("flip a row in place")
+        << L{1, 2, 3} << "flipx" << true << home << QPointF(72, 24);
+    QTest::newRow("one light turns in place") << L{4} << "cw" << false << home << home;
+    // The span starts at (canvas width, 0) and widens over the selection: from -48 to 0, so
+    // the light mirrors onto 0 - (-48 - -48) = 0, not onto itself.
+    QTest::newRow("a flip left of zero mirrors to zero")
+        << L{1} << "flipx" << true << QPointF(-48, 24) << QPointF(0, 24);
 }
 
 void tst_LayoutView::commitRefusals()
@@ -244,6 +200,10 @@ void tst_LayoutView::commitRefusals()
     QFETCH(QList<quint64>, chosen);
     QFETCH(QString, gesture);
     QFETCH(bool, committed);
+    QFETCH(QPointF, from);
+    QFETCH(QPointF, to);
+    m_scene->setSceneRect(-500, -500, 1500, 1500);
+    m_model->light(1)->setPosition(from.x(), from.y(), 0);
     QHash<quint64, QPointF> before;
     for (quint64 uid = 1; uid <= 7; ++uid)
         before.insert(uid, QPointF(m_model->light(uid)->x(), m_model->light(uid)->y()));
@@ -261,43 +221,17 @@ void tst_LayoutView::commitRefusals()
         if (!committed)
             QCOMPARE(now, before.value(uid));
     }
+    QCOMPARE(QPointF(m_model->light(1)->x(), m_model->light(1)->y()), to);
     QCOMPARE(m_undo->undoCount(), committed ? 1 : 0);
 }
 
-void tst_LayoutView::rotatingOneLightKeepsItInPlace()
-{
-    m_view->selectLight(4, true);
-    m_view->handleRotateSelectionCW();
-    m_view->handleRotateSelectionCCW();
-    QCOMPARE(QPointF(m_model->light(4)->x(), m_model->light(4)->y()), QPointF(96, 24));
-}
-
-void tst_LayoutView::flipAtNegativeCoordinatesMirrorsToZero()
-{
-    m_view->setCanvasSize(1000, 1000);
-    m_scene->setSceneRect(-500, -500, 1500, 1500);
-    m_model->light(1)->setPosition(-48, 24, 0);
-    m_view->selectLight(1, true);
-    m_view->handleFlipSelectionHorizontally();
-    // The span starts at (canvas width, 0) and widens over the selection: from -48 to 0, so
-    // the light mirrors onto 0 - (-48 - -48) = 0, not onto itself.
-    QCOMPARE(m_model->light(1)->x(), 0.0);
-}
-
-// Ctrl with the wheel zooms, one step per event; without Ctrl the view scrolls.
 void tst_LayoutView::wheel_data()
 {
     QTest::addColumn<int>("delta");
     QTest::addColumn<int>("modifiers");
     QTest::addColumn<double>("zoom");
-    QTest::newRow("ctrl, one notch up") << 120 << int(Qt::ControlModifier) << 1.25;
     QTest::newRow("ctrl, three notches up: one step") << 360 << int(Qt::ControlModifier) << 1.25;
-    QTest::newRow("ctrl, half a notch rounds to a step") << 60 << int(Qt::ControlModifier) << 1.25;
-    QTest::newRow("ctrl, a small delta zooms out") << 50 << int(Qt::ControlModifier) << 0.8;
-    QTest::newRow("ctrl, down") << -120 << int(Qt::ControlModifier) << 0.8;
     QTest::newRow("no ctrl scrolls") << 120 << 0 << 1.0;
-    QTest::newRow("ctrl+shift scrolls")
-        << 120 << int(Qt::ControlModifier | Qt::ShiftModifier) << 1.0;
 }
 
 void tst_LayoutView::wheel()
@@ -336,7 +270,9 @@ void tst_LayoutView::deleteAnsweredNoOrCancelledHalfway()
             m_view->deleteProgress()->cancel();
     });
     m_view->handleDeleteSelection();
-    QCOMPARE(m_prompts->messages().at(0).title, QStringLiteral("Confirm Light Deletion"));
+    QCOMPARE(m_prompts->shownMessages(),
+             QStringList{"question|Confirm Light Deletion|Are you sure that you wish to "
+                         "permanently delete the selected lights?"});
     QCOMPARE(m_model->lightCount(), remaining);
     QCOMPARE(m_view->itemCount(), remaining);
     if (answer == QMessageBox::Yes)
@@ -354,7 +290,6 @@ void tst_LayoutView::strokeOrdersTheNewGroupAlongTheLine()
                       m_view->mapFromScene(160, 24));
     m_view->popupMenu()->hide();
     m_view->handleCreateGroupInteractively();
-    QVERIFY(m_view->isInteractiveGroupMode());
     QTest::mouseMove(m_view->viewport(), m_view->mapFromScene(10, 24));
     QTest::mouseClick(m_view->viewport(), Qt::LeftButton, Qt::NoModifier,
                       m_view->mapFromScene(10, 24));
@@ -363,34 +298,72 @@ void tst_LayoutView::strokeOrdersTheNewGroupAlongTheLine()
     QCOMPARE(group->children(), (QList<quint64>{6, 5, 4, 3, 2, 1}));
 }
 
-// Undo takes back the newest gesture first and skips a light deleted since; redo brings back
-// the newest undone first; a new gesture forgets what could be redone.
-void tst_LayoutView::undoAndRedoGoNewestFirst()
+// Undo of a gesture whose light was deleted since restores the rest (the order of undo and
+// redo: tst_editing); a new gesture forgets what could be redone.
+void tst_LayoutView::undoSkipsADeletedLightAndANewGestureDropsRedo()
 {
-    const auto y = [this](quint64 uid) { return m_model->light(uid)->y(); };
-    const auto move = [this](const QList<quint64> &uids, int dy) {
-        m_view->clearSelection();
-        for (const quint64 uid : uids)
-            m_view->selectLight(uid, true);
-        m_view->moveSelection(QPoint(0, dy));
-        QVERIFY(m_view->commitSelection());
-    };
-    move({1, 2}, 24);
-    move({3}, 48);
-    QCOMPARE(y(1), 48.0);
-    QCOMPARE(y(3), 72.0);
-    m_undo->undo();
-    QCOMPARE(y(3), 24.0);
-    QCOMPARE(y(1), 48.0);
+    m_view->selectLight(1, true);
+    m_view->selectLight(2, true);
+    m_view->moveSelection(QPoint(0, 24));
+    QVERIFY(m_view->commitSelection());
+    QCOMPARE(m_model->light(1)->y(), 48.0);
     m_model->removeLight(2);
     m_undo->undo();
-    QCOMPARE(y(1), 24.0);
-    m_undo->redo();
-    QCOMPARE(y(1), 48.0);
-    QCOMPARE(y(3), 24.0);
+    QCOMPARE(m_model->light(1)->y(), 24.0);
     QVERIFY(m_undo->canRedo());
-    move({4}, 24);
+    m_view->moveSelection(QPoint(0, 24));
+    QVERIFY(m_view->commitSelection());
     QVERIFY(!m_undo->canRedo());
+}
+
+// The template is one pixel per grid cell over the lights' extent: white where a light
+// stands, black elsewhere. An empty size: the template is refused with a reason.
+void tst_LayoutView::animationTemplate_data()
+{
+    QTest::addColumn<QList<QPointF>>("lights");
+    QTest::addColumn<int>("grid");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QList<QPoint>>("white");
+    QTest::newRow("row of three") << QList<QPointF>{{48, 48}, {72, 48}, {96, 48}} << 24
+                                  << QSize(3, 1) << QList<QPoint>{{0, 0}, {1, 0}, {2, 0}};
+    QTest::newRow("coarser grid merges cells") << QList<QPointF>{{0, 0}, {12, 0}, {48, 24}} << 24
+                                               << QSize(3, 2) << QList<QPoint>{{0, 0}, {2, 1}};
+    QTest::newRow("negative positions") << QList<QPointF>{{-30, -30}, {30, 30}} << 10 << QSize(7, 7)
+                                        << QList<QPoint>{{0, 0}, {6, 6}};
+    QTest::newRow("refused: no lights") << QList<QPointF>{} << 12 << QSize() << QList<QPoint>{};
+    QTest::newRow("refused: zero grid")
+        << QList<QPointF>{{0, 0}} << 0 << QSize() << QList<QPoint>{};
+    QTest::newRow("refused: grid too fine")
+        << QList<QPointF>{{0, 0}, {1e7, 0}} << 1 << QSize() << QList<QPoint>{};
+    QTest::newRow("refused: only broken positions")
+        << QList<QPointF>{{qInf(), 0}} << 12 << QSize() << QList<QPoint>{};
+}
+
+void tst_LayoutView::animationTemplate()
+{
+    QFETCH(QList<QPointF>, lights);
+    QFETCH(int, grid);
+    QFETCH(QSize, size);
+    QFETCH(QList<QPoint>, white);
+    MapModel model;
+    for (const QPointF &position : lights)
+        MapBuild::lightAt(model, position.x(), position.y());
+    QStringList phases;
+    const AnimationTemplate::Result result =
+        AnimationTemplate::build(model, grid, [&phases](const QString &phase) { phases << phase; });
+    if (!size.isValid()) {
+        QVERIFY(result.image.isNull());
+        QVERIFY(!result.error.isEmpty());
+        return;
+    }
+    QVERIFY2(result.error.isEmpty(), qPrintable(result.error));
+    QCOMPARE(phases, (QStringList{"Analyzing Map Geometry...", "Initializing Image Buffer...",
+                                  "Creating Template..."}));
+    QImage expected(size, QImage::Format_RGB32);
+    expected.fill(Qt::black);
+    for (const QPoint &pixel : white)
+        expected.setPixel(pixel, qRgb(255, 255, 255));
+    QCOMPARE(result.image.convertToFormat(QImage::Format_RGB32), expected);
 }
 
 QTEST_MAIN(tst_LayoutView)
