@@ -1,6 +1,6 @@
 // The simulated installation: what its configuration reads and refuses, and the device side:
 // each request, built by the program's own codec (pinned against hand-written bytes in
-// tst_vistrarequests), against reply bytes written out by hand from the wire tables.
+// tst_vistra), against reply bytes written out by hand from the wire tables.
 #include "sim/simconfigreader.h"
 #include "sim/simfaults.h"
 #include "sim/siminstallation.h"
@@ -365,7 +365,7 @@ void tst_SimResponder::blinkScan2Splits_data()
 
 // Every serial and id arrives exactly once, in order, on the right port, and only the last
 // datagram says that nothing more follows. Read with the program's parser, pinned against
-// hand-written replies in tst_vistrareplies.
+// hand-written replies in tst_vistra.
 void tst_SimResponder::blinkScan2Splits()
 {
     QFETCH(int, classicLights);
