@@ -65,9 +65,4 @@ Field fieldOf(const QString &elementName)
     return table().value(elementName, Field::Unknown);
 }
 
-int knownNameCount()
-{
-    return table().size();
-}
-
 } // namespace EffectFields

@@ -35,7 +35,5 @@ enum class Field {
 
 // Which field an element name is; Unknown for names no effect uses.
 Field fieldOf(const QString &elementName);
-// How many element names the reader knows.
-int knownNameCount();
 
 } // namespace EffectFields

@@ -91,6 +91,7 @@ void tst_VelaColor::malformedText_data()
     QTest::newRow("version not a number") << "aRgb;x;0;#ffffffff00000000";
     QTest::newRow("reserved empty") << "aRgb;1;;#ffffffff00000000";
     QTest::newRow("version beyond int") << "aRgb;2147483648;0;#ffffffff00000000";
+    QTest::newRow("yxy too few") << "aYxy;1;0;65535;0.5;0.3";
     QTest::newRow("yxy too many") << "aYxy;1;0;65535;0.5;0.3;0.3;0.3";
     QTest::newRow("yxy alpha 65536") << "aYxy;1;0;65536;0.5;0.3;0.3";
     QTest::newRow("yxy nan") << "aYxy;1;0;65535;nan;0.3;0.3";
@@ -98,6 +99,7 @@ void tst_VelaColor::malformedText_data()
     QTest::newRow("yxy not a number") << "aYxy;1;0;65535;0.5;0.3;abc";
     QTest::newRow("channels none") << "aNchannel;1;0;65535";
     QTest::newRow("channel 65536") << "aNchannel;1;0;65535;65536";
+    QTest::newRow("channel negative") << "aNchannel;1;0;65535;-1";
     QTest::newRow("channel of 30 digits") << "aNchannel;1;0;65535;123456789012345678901234567890";
     QTest::newRow("17 channels") << "aNchannel;1;0;65535" + QString(";1").repeated(17);
     QTest::newRow("10000 channels") << "aNchannel;1;0;65535" + QString(";1").repeated(10000);

@@ -563,6 +563,10 @@ void tst_DeviceDefinitions::presentation()
     QCOMPARE(protocolVersionIndex(4), 0); // outside 1..3: the first choice
     // The supply types the protocol speaks have their own name, other types share one.
     QVERIFY(interfaceTypeText(DataSupply::VistraBroadcast) != interfaceTypeText(0));
+    // A definition that itself calls its kind "unknown device" is shown as the generic fixture.
+    DeviceDictionary named;
+    named.addEntry(definition(QStringLiteral("UNKNOWN DEVICE"), {"10110000-1011FFFF"}));
+    QCOMPARE(deviceViewKind(named, 0x10110000), kGenericFixtureName);
 }
 
 // Kinds in the order of their first light, lights in uid order, channels shown one-based;

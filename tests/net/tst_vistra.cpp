@@ -268,6 +268,7 @@ void tst_Vistra::dottedQuad_data()
     QTest::newRow("part above 255") << "256.1.1.1" << false << 0u;
     QTest::newRow("four digits") << "0010.1.1.1" << false << 0u;
     QTest::newRow("three parts") << "10.1.1" << false << 0u;
+    QTest::newRow("five parts") << "10.1.1.1.1" << false << 0u;
     QTest::newRow("empty part") << "10..1.1" << false << 0u;
     QTest::newRow("not a digit: space") << " 10.1.1.1" << false << 0u;
 }
@@ -415,6 +416,9 @@ void tst_Vistra::replies_data()
                                << "array(127.0.0.1, 0x5, [0x1,0xffffffff])";
     QTest::newRow("get byte array") << hex("0401dc4a 0100 0e01 00000000 0600 00000000 0300 0a0b0c")
                                     << "bytes(127.0.0.1, 0x6, [10,11,12])";
+    QTest::newRow("get byte array, 256 values")
+        << hex("0401dc4a 0100 0e01 00000000 0600 00000000 0001") + QByteArray(256, '\x07')
+        << "bytes(127.0.0.1, 0x6, [" + QString(QStringLiteral("7,")).repeated(255) + "7])";
     QTest::newRow("blink scan") << hex("0401dc4a 0100 0202 c0a80114 1100a201")
                                 << "blinkScan(192.168.1.20, 0x1a20011)";
     QTest::newRow("read byte, selector 0: EE read")
@@ -485,8 +489,9 @@ void tst_Vistra::replies_data()
         << rdmReply("0060", "0100 04d2 0101 00020a0f 0003 0101 0001 0000") << QString();
 }
 
-// Every reply type arrives as its signals, in order, with the values of its bytes; padding
-// after the last field read changes nothing. Every shorter prefix lacks bytes a field needs:
+// Every reply type parses at exactly its own length and arrives as its signals, in order, with
+// the values of its bytes; padding after the last field read changes nothing, even past the
+// object's 4,096-byte read buffer. Every shorter prefix lacks bytes a field needs:
 // none may parse, none may read beyond its end (the copy makes the prefix its own allocation
 // for the sanitizers).
 void tst_Vistra::replies()
@@ -498,9 +503,11 @@ void tst_Vistra::replies()
         if (VistraReplies::parseReply(QByteArray(datagram.constData(), length), 0x7F000001))
             QFAIL(qPrintable(QStringLiteral("a prefix of %1 bytes parsed").arg(length)));
     }
+    if (!expected.isEmpty())
+        QVERIFY(VistraReplies::parseReply(datagram, 0x7F000001));
     Vistra vistra;
     Recorder recorder(vistra);
-    sendReply(datagram + QByteArray(7, '\x5A'), vistra.socket()->localPort());
+    sendReply(datagram + QByteArray(5000, '\x5A'), vistra.socket()->localPort());
     if (expected.isEmpty()) { // the object reads on: the good reply after it is all that arrives
         sendReply(hex("0401dc4a 0100 0202 c0a80114 1100a201"), vistra.socket()->localPort());
         expected = QStringLiteral("blinkScan(192.168.1.20, 0x1a20011)");

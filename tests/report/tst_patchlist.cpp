@@ -134,6 +134,9 @@ void tst_PatchList::json()
             "\"dmxAddress\":1,\"name\":\"loose\",\"serial\":\"10100002\",\"uid\":269484034}],"
             "\"port\":1}],\"serial\":\"\"}]}")
             .toUtf8());
+    // 0.0.0.0 is a supply that has not been given an address, not an address to print.
+    model.dataSupplies().constFirst()->setIpAddress(QHostAddress(QHostAddress::AnyIPv4));
+    QCOMPARE(PatchList::fromModel(model).supplies.constFirst().ip, QString());
 }
 
 // A name as the CSV field that carries it, for the supply and the light alike.
@@ -149,6 +152,7 @@ void tst_PatchList::csvKeepsHostileNames_data()
     QTest::newRow("formula with a link") << QString("=HYPERLINK(\"http://x\",\"y\")")
                                          << "\"'=HYPERLINK(\"\"http://x\"\",\"\"y\"\")\"";
     QTest::newRow("leading minus") << QString("-2+3") << "\"'-2+3\"";
+    QTest::newRow("leading @") << QString("@SUM(1+1)") << "\"'@SUM(1+1)\"";
     QTest::newRow("non-Latin") << QString::fromUtf8("Façade – 東 1")
                                << QString::fromUtf8("Façade – 東 1");
     QTest::newRow("blanks at the ends") << QString("  padded  ") << "  padded  ";
