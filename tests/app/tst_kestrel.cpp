@@ -13,6 +13,7 @@
 #include "model/mapmodel.h"
 #include "support/mapbuild.h"
 #include "support/netnamespace.h"
+#include "ui/aboutdialog.h"
 #include "ui/editcontrollerdialog.h"
 #include "ui/editpreferencesdialog.h"
 #include "ui/groupeditordialog.h"
@@ -110,6 +111,7 @@ private slots:
     void lightPaneOpensTheEditors();
     void savedMapCarriesDefinitionProperties();
     void backgroundImageMakesTheMapDirty();
+    void aboutShowsTheVersion();
     void paneSelectionLightsTheFixtures_data();
     void paneSelectionLightsTheFixtures();
     void discoveryActionsOpenOneDialogAtATime_data();
@@ -448,6 +450,20 @@ void tst_Kestrel::savedMapCarriesDefinitionProperties()
     QFile file(saved);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll().count("<LED_CHEMISTRY>"), model.lightCount());
+}
+
+// The About box shows the version and the build it came from, as the action hands it over.
+void tst_Kestrel::aboutShowsTheVersion()
+{
+    m_window->ui().aboutAction->trigger();
+    QCOMPARE(m_prompts->asked.size(), 1);
+    const QString version = m_prompts->asked.at(0).text;
+    QVERIFY2(QRegularExpression(QStringLiteral("^Version: \\d+\\.\\d+\\.\\d+ \\S+-\\S+$"))
+                 .match(version)
+                 .hasMatch(),
+             qPrintable(version));
+    const AboutDialog about(version);
+    QVERIFY(about.findChild<QLabel *>(QStringLiteral("m_versionLabel"))->text() == version);
 }
 
 void tst_Kestrel::backgroundImageMakesTheMapDirty()

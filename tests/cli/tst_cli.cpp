@@ -129,6 +129,9 @@ void tst_Cli::commandLine_data()
             "Serial 01A20011: PDS-480\n");
     printed("unknown serial", {"devices", "--serial", "99"}, 1,
             "Serial 00000099: Unknown Device\n");
+    printed("RDM serial with product codes", {"devices", "--serial", "7A7001000005"}, 0,
+            "  product: D.0301-P.0101-F.0102 Vela Graze RDM RGB (RDM_FIXTURE) "
+            "7A7001000000-7A7001FFFFFF");
     refused("serial not hex", {"devices", "--serial", "xyz"}, 2, "serial");
     refused("unknown device type", {"devices", "--type", "lamp"}, 2, "lamp");
     refused("devices, stray argument", {"devices", "file.json"}, 2, "file");
@@ -283,6 +286,11 @@ void tst_Cli::devicesAsJson()
                         "ADDRESS\",\"IPV4_SUBNET_MASK\",\"MAC_ADDRESS\",\"PORT_COUNT\",\"PORT_"
                         "OUTPUT_MODE\",\"POWER_CYCLES\",\"SUPPLY_VOLTAGE\"],\"type\":\"PDS\","
                         "\"verified\":true}"));
+    // A serial in an RDM product-code range names every definition that claims it.
+    const ProgramRun rdm = run({"devices", "--serial", "7A7001000005", "--json"});
+    QCOMPARE(rdm.status, 0);
+    QCOMPARE(QJsonDocument::fromJson(rdm.out)["productCodeDefinitions"][1]["productCode"],
+             QJsonValue(QStringLiteral("D.0301-P.0101-F.0200")));
 }
 
 // map add-lights and add-string hand every option to the creator (its rules: tst_lightcreator).
