@@ -68,9 +68,9 @@ std::function<int(QDialog &)> rename(const QString &name)
 
 // Fills a dialog from "objectName=value" pairs: a spin box's value, a line edit's text, a
 // button's check state (1 or 0: clicked until it matches); then clicks `button` if named.
-void fill(QDialog &dialog, const QString &spec, const QString &button)
+void fill(QDialog &dialog, const QString &pairs, const QString &button)
 {
-    for (const QString &field : spec.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+    for (const QString &field : pairs.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
         const QString value = field.section(QLatin1Char('='), 1);
         QWidget *w = dialog.findChild<QWidget *>(field.section(QLatin1Char('='), 0, 0));
         if (!w)

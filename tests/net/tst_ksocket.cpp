@@ -70,7 +70,8 @@ void tst_KSocket::broadcastDestination_data()
                                                   << "192.168.1.255, 192.168.1.10";
     // Another card listed first is passed over, and the mask is the interface's, not a /24.
     QTest::newRow("eth0 /16 after another interface")
-        << lan0 + veth("eth0", "peer0", "10.20.30.40/16") << "" << "10.20.255.255, 10.20.30.40";
+        << lan0 + veth("eth0", "peer0", "10.20.30.40/16") << ""
+        << "10.20.255.255, 10.20.30.40";
     QTest::newRow("no eth0: limited broadcast") << routed("eth1", "192.168.1.10/24") << ""
                                                 << "255.255.255.255, 0.0.0.0";
     QTest::newRow("name compared exactly") << routed("Eth0", "192.168.1.10/24") << ""
